@@ -1,0 +1,40 @@
+#ifndef VTR_COLLECTOR_CONFIG_H
+#define VTR_COLLECTOR_CONFIG_H
+
+#include <map>
+#include <string>
+#include <unordered_set>
+
+#include "collector/collector_types.h"
+
+namespace vtr {
+namespace ipmitool {
+
+// What the collector reads and publishes; a copy lives in the collector.
+class CollectorConfig {
+ public:
+  CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
+                  const std::string& invalid_values, unsigned int command_timeout, bool use_sudo);
+  CollectorConfig(const CollectorConfig& other) = default;
+
+  void includeContinuousField(const std::string& label);
+  void excludeContinuousField(const std::string& label);
+  void includeDiscreteField(const std::string& label);
+  void excludeDiscreteField(const std::string& label);
+
+  unsigned int commandTimeout = 30;
+  bool useSudo = false;
+  bool includeDiscreteSensors = false;
+  bool includeContinuousSensors = true;
+  bool includeEmptyFields = false;
+  bool statesAssertedAsText = false;
+  std::map<std::string, bool> discreteFields;
+  std::map<std::string, bool> continuousFields;
+  std::map<std::string, CollectorFieldType> fieldDefaultTypes;
+  std::unordered_set<std::string> invalidValues;
+};
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+#endif
