@@ -1,0 +1,43 @@
+#ifndef VTR_TEST_FAKE_IPMITOOL_H
+#define VTR_TEST_FAKE_IPMITOOL_H
+
+#include <string>
+#include <vector>
+
+namespace vtr {
+namespace test {
+
+// Puts a fake `ipmitool` first in PATH for this process. It replays a recorded fixture
+// (tests/fixtures/<case>/sensor-v.txt for "sensor -v", tests/fixtures/<case>/sensor.txt for
+// "sensor"), records every argument list, and can exit with a chosen code or sleep first.
+// The destructor restores PATH and removes the temporary directory.
+class FakeIpmitool {
+ public:
+  explicit FakeIpmitool(const std::string& fixtureCase = "small-server");
+  ~FakeIpmitool();
+  FakeIpmitool(const FakeIpmitool&) = delete;
+  FakeIpmitool& operator=(const FakeIpmitool&) = delete;
+
+  // Replays another fixture case from the next run on.
+  void replay(const std::string& fixtureCase);
+  // Replays these texts instead of a fixture case.
+  void replayText(const std::string& verboseListing, const std::string& compactListing);
+  void setExitCode(int code);
+  void setSleepSeconds(double seconds);
+  // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
+  std::vector<std::string> recordedCalls() const;
+  const std::string& directory() const { return dir_; }
+
+ private:
+  std::string dir_;
+  std::string savedPath_;
+};
+
+// Absolute path of a fixture file, e.g. fixturePath("small-server", "sensor-v.txt").
+std::string fixturePath(const std::string& fixtureCase, const std::string& file);
+std::string readFile(const std::string& path);
+
+}  // namespace test
+}  // namespace vtr
+
+#endif
