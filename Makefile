@@ -1,16 +1,58 @@
 # Developer shortcuts over the same steps as ./test.sh.
 JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
+CONFIGURE = cmake -S . -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all build test clean
+.PHONY: all build test test-asan test-tsan bench leak-check soak fuzz clean
 all: build
 
 build:
 	scripts/install-deps
-	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	$(CONFIGURE) -B build
 	cmake --build build -j $(JOBS)
 
 test:
 	./test.sh
+
+# The whole suite under AddressSanitizer with UndefinedBehaviorSanitizer.
+test-asan:
+	scripts/install-deps
+	$(CONFIGURE) -B build-asan -DVTR_SANITIZE=address -DVTR_BUILD_BENCH=OFF
+	cmake --build build-asan -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --test-dir build-asan --output-on-failure -j $(JOBS)
+
+# The whole suite under ThreadSanitizer.
+test-tsan:
+	scripts/install-deps
+	$(CONFIGURE) -B build-tsan -DVTR_SANITIZE=thread -DVTR_BUILD_BENCH=OFF
+	cmake --build build-tsan -j $(JOBS)
+	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest --test-dir build-tsan --output-on-failure -j $(JOBS)
+
+bench:
+	scripts/install-deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release
+	cmake --build build-bench --target vtr_bench -j $(JOBS)
+	build-bench/bench/vtr_bench --benchmark_counters_tabular=true
+
+# Construct, initialize, 50 passes, stop and destroy, three times with dlopen and dlclose,
+# under valgrind: no definite and no indirect leak.
+leak-check: build
+	scripts/install-deps --with valgrind
+	valgrind --leak-check=full --errors-for-leak-kinds=definite,indirect --error-exitcode=1 \
+	  build/bench/provider-soak --cycles 3 --events 50
+
+# 10,000 passes at interval 0 against the fake tool; prints the first and last resident size.
+soak: build
+	build/bench/provider-soak --cycles 1 --events 10000
+
+fuzz:
+	scripts/install-deps --with fuzz
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVTR_BUILD_FUZZ=ON \
+	  -DVTR_BUILD_TESTS=OFF -DVTR_BUILD_TOOLS=OFF -DVTR_BUILD_BENCH=OFF
+	cmake --build build-fuzz -j $(JOBS)
+	fuzz/run-all build-fuzz/fuzz $(FUZZ_SECONDS)
 
 clean:
 	rm -rf build build-*
