@@ -28,6 +28,8 @@ class ProviderFieldSet {
   const std::string& getName() const { return name; }
 
  private:
+  bool includesField(const std::vector<std::string>& fieldPatterns, const std::string& fieldName) const;
+
   std::string name;
   std::map<std::string, std::vector<std::string>> patterns;
 };
