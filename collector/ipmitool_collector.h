@@ -26,9 +26,16 @@ class IpmitoolCollector {
 
   // Sensor listing parser.
   void getIpmitoolSensorData(SensorListing& listing);
+  // The text half of getIpmitoolSensorData: cuts a verbose listing already read into records.
+  void parseSensorListing(const std::string& output,
+                          const std::unordered_map<std::string, std::string>& discrete_sensors_data,
+                          SensorListing& listing) const;
 
   // Discrete sensor states.
   void getDiscreteSensorStatesAssertedFieldsData(std::unordered_map<std::string, std::string>& discrete_sensors_data);
+  // The text half of getDiscreteSensorStatesAssertedFieldsData: reads the compact table already run.
+  void parseDiscreteStatesTable(const std::string& output,
+                                std::unordered_map<std::string, std::string>& discrete_sensors_data);
   void updateDiscreteSensorData(const std::unordered_map<std::string, std::string>& discrete_sensors_data,
                                 const std::string& sensorName, SensorRecord& record) const;
 

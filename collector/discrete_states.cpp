@@ -1,0 +1,116 @@
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "collector/ipmitool_collector.h"
+#include "collector/text_scan.h"
+#include "runtime/logger.h"
+#include "runtime/rate_limit.h"
+
+namespace vtr {
+namespace ipmitool {
+
+namespace {
+
+constexpr const char* kDiscreteStatesCommand = "ipmitool sensor | grep discrete";
+// The two column markers of the compact table that are relied on.
+constexpr std::string_view kNaMarker = "discrete   | na";
+constexpr std::string_view kWordMarker = "discrete   | 0";
+// The states word is "0x" and four digits; whatever follows in the line is not part of it.
+constexpr std::string_view::size_type kStatesWordLength = 6;
+
+}  // namespace
+
+void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(
+    std::unordered_map<std::string, std::string>& discrete_sensors_data) {
+  std::string output;
+  const int result = runCommandAndCheck(kDiscreteStatesCommand, output);
+  if (stopRequested) return;
+  // Also the case of a machine without discrete sensors: grep then exits 1.
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);
+    return;
+  }
+  parseDiscreteStatesTable(output, discrete_sensors_data);
+}
+
+void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
+                                                 std::unordered_map<std::string, std::string>& discrete_sensors_data) {
+  // Refusals are reported while the schema is built and stay silent on every later sample.
+  const bool reportRefusals = !schemaCreated;
+  std::unordered_set<std::string> rejectedNames;
+
+  forEachLine(output, [&](std::string_view line) {
+    const auto bar = line.find('|');
+    if (bar == std::string_view::npos) return;
+    const std::string name(trimBlanks(line.substr(0, bar)));
+    if (schemaCreated && discreteSensorsAtStart.count(name) == 0) return;
+
+    if (rejectedNames.count(name) != 0 || discrete_sensors_data.count(name) != 0) {
+      if (reportRefusals) {
+        vtr_log(VTR_LOG_WARNING,
+                "[ipmitool collector] Sensor '%s' will not be collected since it appears multiple times.",
+                name.c_str());
+      }
+      // A name printed twice is dropped entirely, not kept once.
+      discrete_sensors_data.erase(name);
+      rejectedNames.insert(name);
+      return;
+    }
+
+    if (line.find(kNaMarker) != std::string_view::npos) {
+      if (config_.includeEmptyFields) {
+        vtr_log_rate_limited(
+            VTR_LOG_WARNING,
+            "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
+            name.c_str());
+        discrete_sensors_data.emplace(name, "");
+      } else {
+        if (reportRefusals) {
+          vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Sensor '%s' will not be collected since the value is 'na'.",
+                  name.c_str());
+        }
+        rejectedNames.insert(name);
+      }
+      return;
+    }
+
+    const auto marker = line.find(kWordMarker);
+    if (marker != std::string_view::npos) {
+      const auto word = marker + kWordMarker.size() - 1;
+      discrete_sensors_data.emplace(name, std::string(line.substr(word, kStatesWordLength)));
+      return;
+    }
+
+    if (reportRefusals) {
+      vtr_log_rate_limited(VTR_LOG_WARNING,
+                           "[ipmitool collector] Sensor '%s' will not be collected since the value is invalid.",
+                           name.c_str());
+    }
+    rejectedNames.insert(name);
+  });
+
+  if (!schemaCreated) {
+    for (const auto& entry : discrete_sensors_data) discreteSensorsAtStart.insert(entry.first);
+  }
+}
+
+void IpmitoolCollector::updateDiscreteSensorData(const std::unordered_map<std::string, std::string>& discrete_sensors_data,
+                                                 const std::string& sensorName, SensorRecord& record) const {
+  if (!config_.includeDiscreteSensors || getSensorType(record) != Discrete) return;
+  if (record.count("States Asserted") != 0 || config_.statesAssertedAsText) return;
+  const auto entry = discrete_sensors_data.find(sensorName);
+  if (entry == discrete_sensors_data.end()) return;
+
+  std::string states = entry->second;
+  if (isValidValue(states)) {
+    record["States Asserted"] = states;
+  } else {
+    // The empty text of an "na" sensor goes this way, where an empty field gets its default.
+    handleInvalidSensorValue(sensorName, "States Asserted", states, record);
+  }
+}
+
+}  // namespace ipmitool
+}  // namespace vtr

@@ -1,0 +1,112 @@
+#include <cctype>
+#include <string>
+
+#include "collector/ipmitool_collector.h"
+#include "collector/text_scan.h"
+
+namespace vtr {
+namespace ipmitool {
+
+namespace {
+
+bool isDecimalDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
+bool isHexDigit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
+
+bool hasHexPrefix(const std::string& value) {
+  return value.size() >= 3 && value[0] == '0' && (value[1] == 'x' || value[1] == 'X');
+}
+
+CollectorFieldType hexadecimalType(const std::string& value, CollectorSensorType sensorType) {
+  for (std::string::size_type i = 2; i < value.size(); ++i) {
+    if (!isHexDigit(value[i])) return CollectorFieldType::Unknown;
+  }
+  switch (sensorType) {
+    case Discrete:
+      return CollectorFieldType::Uint16;
+    case Threshold:
+      return CollectorFieldType::Uint64;
+    default:
+      return CollectorFieldType::Unknown;
+  }
+}
+
+// Lenient on purpose: dots are not counted ("1.2.3" passes), since every sample is re-typed
+// by the same rule and so always agrees with the schema.
+bool looksDecimal(const std::string& value) {
+  const char first = value[0];
+  if (!isDecimalDigit(first) && first != '+' && first != '-') return false;
+  for (std::string::size_type i = 1; i < value.size(); ++i) {
+    const char c = value[i];
+    const bool innerDot = c == '.' && i + 1 < value.size();
+    if (!isDecimalDigit(c) && !innerDot) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void IpmitoolCollector::removeSpaces(std::string& text) {
+  const std::string_view trimmed = trimBlanks(text);
+  if (trimmed.empty()) {
+    text.clear();
+    return;
+  }
+  const auto first = static_cast<std::string::size_type>(trimmed.data() - text.data());
+  text.erase(first + trimmed.size());
+  text.erase(0, first);
+}
+
+bool IpmitoolCollector::isValidKey(const std::string& key) {
+  return !key.empty() && key != "Unable to read sensor";
+}
+
+void IpmitoolCollector::convertToSnakeCase(std::string& text) {
+  removeSpaces(text);
+  for (char& c : text) {
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (c == ' ') c = '_';
+  }
+}
+
+void IpmitoolCollector::getFieldNameInSchema(const std::string& sensorName, const std::string& label,
+                                             std::string& out) const {
+  // The sensor's main value carries the sensor's own name.
+  if (label == "States Asserted" || label == "Sensor Reading") {
+    out = sensorName;
+    return;
+  }
+  std::string suffix = label;
+  convertToSnakeCase(suffix);
+  out = sensorName + "_" + suffix;
+}
+
+CollectorFieldType IpmitoolCollector::getFieldType(std::string value, CollectorSensorType sensorType) {
+  if (value.empty()) return CollectorFieldType::Unknown;
+  if (value.size() == 1) return isDecimalDigit(value[0]) ? CollectorFieldType::Double : CollectorFieldType::Unknown;
+  if (hasHexPrefix(value)) return hexadecimalType(value, sensorType);
+  return looksDecimal(value) ? CollectorFieldType::Double : CollectorFieldType::Unknown;
+}
+
+CollectorSensorType IpmitoolCollector::getSensorType(const SensorRecord& record) {
+  if (record.count("Sensor Type (Discrete)") != 0) return Discrete;
+  if (record.count("Sensor Type (Threshold)") != 0) return Threshold;
+  return Unknown;
+}
+
+void IpmitoolCollector::getSensorDescription(const SensorRecord& record, CollectorSensorType kind,
+                                             std::string& out) {
+  // Required labels: a record without them throws std::out_of_range.
+  out = record.at("Sensor ID");
+  out += ' ';
+  out += record.at("Entity ID");
+  if (kind == Discrete) {
+    out += ' ';
+    out += record.at("Sensor Type (Discrete)");
+  } else if (kind == Threshold) {
+    out += ' ';
+    out += record.at("Sensor Type (Threshold)");
+  }
+}
+
+}  // namespace ipmitool
+}  // namespace vtr

@@ -1,0 +1,128 @@
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "collector/ipmitool_collector.h"
+#include "collector/text_scan.h"
+#include "runtime/logger.h"
+#include "runtime/rate_limit.h"
+
+namespace vtr {
+namespace ipmitool {
+
+namespace {
+
+constexpr std::string_view kSensorIdLabel = "Sensor ID";
+constexpr const char* kStatesAsserted = "States Asserted";
+
+bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
+
+// The listing's own sensor name: the "Sensor ID" value up to " (", case kept.
+std::string listingSensorName(std::string_view sensorId) {
+  return std::string(sensorId.substr(0, sensorId.find(" (")));
+}
+
+}  // namespace
+
+void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
+  std::unordered_map<std::string, std::string> discrete_sensors_data;
+  if (config_.includeDiscreteSensors) {
+    getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
+    if (stopRequested) return;
+    if (discrete_sensors_data.empty()) {
+      vtr_log(VTR_LOG_ERR,
+              "[ipmitool collector] No numeric data found for discrete sensors for field 'States Asserted'.");
+    }
+  } else if (!config_.includeContinuousSensors) {
+    vtr_log_rate_limited(VTR_LOG_WARNING,
+                         "[ipmitool collector] No sensors will be collected since no sensor types are included.");
+    return;
+  }
+
+  std::string output;
+  const int result = runCommandAndCheck("ipmitool sensor -v", output);
+  if (stopRequested) return;
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
+    return;
+  }
+  parseSensorListing(output, discrete_sensors_data, listing);
+}
+
+void IpmitoolCollector::parseSensorListing(const std::string& output,
+                                           const std::unordered_map<std::string, std::string>& discrete_sensors_data,
+                                           SensorListing& listing) const {
+  SensorRecord record;
+  std::string sensorName;
+  // Only whether the last stored line was "States Asserted" matters for continuation lines.
+  bool afterStatesAsserted = false;
+  bool started = false;
+  const bool numericStates = config_.includeDiscreteSensors && !config_.statesAssertedAsText;
+
+  const auto finishRecord = [&]() {
+    updateDiscreteSensorData(discrete_sensors_data, sensorName, record);
+    if (toAddSensorData(record)) listing.push_back(std::move(record));
+    record.clear();
+  };
+
+  forEachLine(output, [&](std::string_view line) {
+    if (line.empty()) return;
+    if (startsWith(line, kSensorIdLabel)) {
+      finishRecord();
+      sensorName.clear();
+      afterStatesAsserted = false;
+    } else if (!started) {
+      return;  // text before the first sensor is never read
+    }
+    started = true;
+
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos) {
+      // A bracketed continuation of the states text, e.g. "[Device Present]".
+      const bool bracketed = line.find('[') != std::string_view::npos && line.find(']') != std::string_view::npos;
+      if (bracketed && afterStatesAsserted && config_.statesAssertedAsText) {
+        std::string& states = record[kStatesAsserted];
+        states += ' ';
+        states += trimBlanks(line);
+      }
+      return;
+    }
+
+    std::string label(trimBlanks(line.substr(0, colon)));
+    std::string value(trimBlanks(line.substr(colon + 1)));
+    if (label == kSensorIdLabel) sensorName = listingSensorName(value);
+
+    if (numericStates) {
+      // The tool prints this line instead of the states of a sensor it cannot read.
+      if (label == "Unable to read sensor") label = kStatesAsserted;
+      if (label == kStatesAsserted) {
+        const auto states = discrete_sensors_data.find(sensorName);
+        if (states == discrete_sensors_data.end()) {
+          vtr_log_rate_limited(VTR_LOG_DEBUG,
+                               "[ipmitool collector] Sensor '%s' not found in 'discrete_sensors_data'. Unable to "
+                               "retrieve 'States Asserted' value.",
+                               sensorName.c_str());
+          afterStatesAsserted = false;
+          return;
+        }
+        value = states->second;
+      }
+    }
+
+    if (!isValidKey(label)) {
+      afterStatesAsserted = false;
+      return;
+    }
+    if (isValidValue(value)) {
+      record[label] = std::move(value);
+    } else {
+      handleInvalidSensorValue(sensorName, label, value, record);
+    }
+    afterStatesAsserted = label == kStatesAsserted;
+  });
+  finishRecord();
+}
+
+}  // namespace ipmitool
+}  // namespace vtr

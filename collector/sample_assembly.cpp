@@ -1,0 +1,62 @@
+#include <string>
+#include <utility>
+
+#include "collector/ipmitool_collector.h"
+#include "runtime/logger.h"
+
+namespace vtr {
+namespace ipmitool {
+
+bool IpmitoolCollector::getSensorsData(SensorSample& out) {
+  SensorListing listing;
+  getIpmitoolSensorData(listing);
+  if (stopRequested) return false;
+  if (listing.empty()) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+    return false;
+  }
+  if (!schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
+    return false;
+  }
+
+  std::string fieldName;
+  for (const SensorRecord& record : listing) {
+    const CollectorSensorType kind = getSensorType(record);
+    const std::string name = getSavedUniqueSensorNameFromSensorData(record);
+    if (name.empty()) continue;
+
+    for (const auto& [label, rawValue] : record) {
+      getFieldNameInSchema(name, label, fieldName);
+      const auto schemaField = schemaFieldTypes.find(fieldName);
+      if (schemaField == schemaFieldTypes.end()) {
+        vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Field '%s' not found in schema.", fieldName.c_str());
+        continue;
+      }
+      if (!toAddSensorField(label, kind)) continue;
+
+      std::string value = rawValue;
+      parseFieldValue(label, value);
+      const CollectorFieldType type = getFieldType(value, kind);
+      const CollectorFieldType expected = schemaField->second;
+      if (type == CollectorFieldType::Unknown) {
+        vtr_log(VTR_LOG_WARNING,
+                "[ipmitool collector] Unknown type for field '%s': expected '%s' as defined in the schema. Skipping "
+                "field.",
+                label.c_str(), fieldTypeName(expected).c_str());
+      } else if (type == expected) {
+        out.emplace(fieldName, std::move(value));  // the first value of a field wins
+      } else {
+        // A sensor that switched between decimal and hexadecimal since start-up is dropped, not converted.
+        vtr_log(VTR_LOG_WARNING,
+                "[ipmitool collector] Type mismatch for field '%s': expected '%s' as defined in the schema, but got "
+                "'%s'. Skipping field.",
+                label.c_str(), fieldTypeName(expected).c_str(), fieldTypeName(type).c_str());
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace ipmitool
+}  // namespace vtr

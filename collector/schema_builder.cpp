@@ -1,0 +1,104 @@
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "collector/ipmitool_collector.h"
+#include "runtime/logger.h"
+
+namespace vtr {
+namespace ipmitool {
+
+bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
+  if (schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Schema has already been created.");
+    return false;
+  }
+  SensorListing listing;
+  getIpmitoolSensorData(listing);
+  if (stopRequested) return false;
+  if (listing.empty()) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+    return false;
+  }
+  createSensorsIdsMap(listing);
+
+  std::string description;
+  std::string fieldName;
+  for (const SensorRecord& record : listing) {
+    const CollectorSensorType kind = getSensorType(record);
+    const std::string name = getSavedUniqueSensorNameFromSensorData(record);
+    if (name.empty()) continue;  // left out: its name was not unique
+    getSensorDescription(record, kind, description);
+
+    for (const auto& [label, rawValue] : record) {
+      if (!toAddSensorField(label, kind)) continue;
+      std::string value = rawValue;
+      parseFieldValue(label, value);
+      // The value seen now fixes the field's type for the provider's life.
+      const CollectorFieldType type = getFieldType(value, kind);
+      if (fieldTypeName(type).empty()) {
+        vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Skipping field '%s' due to unknown type (value: %s).",
+                label.c_str(), value.c_str());
+        continue;
+      }
+      getFieldNameInSchema(name, label, fieldName);
+      auto info = createSchemaField(fieldName, description, fieldTypeName(type), VTR_VALUE_TYPE_ABSOLUTE, 1);
+      if (!info) continue;
+      schemaFieldTypes[fieldName] = type;
+      fields.push_back(std::move(info));
+    }
+  }
+  schemaCreated = true;
+  return true;
+}
+
+std::unique_ptr<vtr_type_field_info_t> IpmitoolCollector::createSchemaField(const std::string& fieldName,
+                                                                            const std::string& description,
+                                                                            const std::string& typeName,
+                                                                            vtr_value_type_t valueType,
+                                                                            unsigned short count) {
+  char* nameCopy = nullptr;
+  char* descriptionCopy = nullptr;
+  char* typeNameCopy = nullptr;
+  vtr_type_field_info_t* info = nullptr;
+  const char* failure = nullptr;
+  if ((nameCopy = strdup(fieldName.c_str())) == nullptr) {
+    failure = "Failed to allocate memory for 'field_name'";
+  } else if ((descriptionCopy = strdup(description.c_str())) == nullptr) {
+    failure = "Failed to allocate memory for 'description'";
+  } else if ((typeNameCopy = strdup(typeName.c_str())) == nullptr) {
+    failure = "Failed to allocate memory for 'type_name'";
+  } else if ((info = new (std::nothrow) vtr_type_field_info_t{}) == nullptr) {
+    failure = "Failed to allocate memory for 'vtr_type_field_info_t'";
+  }
+  if (failure != nullptr) {
+    vtr_log(VTR_LOG_WARNING, "[ipmitool collector] %s", failure);
+    free(nameCopy);
+    free(descriptionCopy);
+    free(typeNameCopy);
+    return nullptr;
+  }
+  info->field_name = nameCopy;
+  info->description = descriptionCopy;
+  info->type_name = typeNameCopy;
+  info->value_type = valueType;
+  info->count = count;
+  return std::unique_ptr<vtr_type_field_info_t>(info);
+}
+
+void IpmitoolCollector::freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
+  for (auto& info : fields) {
+    free(info->field_name);
+    free(info->description);
+    free(info->type_name);
+    info->field_name = nullptr;
+    info->description = nullptr;
+    info->type_name = nullptr;
+  }
+  fields.clear();
+}
+
+}  // namespace ipmitool
+}  // namespace vtr

@@ -1,0 +1,34 @@
+#ifndef VTR_COLLECTOR_TEXT_SCAN_H
+#define VTR_COLLECTOR_TEXT_SCAN_H
+
+#include <string_view>
+
+namespace vtr {
+namespace ipmitool {
+
+// The text without leading and trailing blanks; only the space character counts as a blank,
+// so tabs and carriage returns stay part of the text.
+inline std::string_view trimBlanks(std::string_view text) {
+  const auto first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  const auto last = text.find_last_not_of(' ');
+  return text.substr(first, last - first + 1);
+}
+
+// Calls `onLine` for each line of `text`, split at '\n' only; a last line without a newline
+// counts. One pass, no copies: the views point into `text`.
+template <typename OnLine>
+void forEachLine(std::string_view text, OnLine&& onLine) {
+  std::string_view::size_type start = 0;
+  while (start < text.size()) {
+    auto end = text.find('\n', start);
+    if (end == std::string_view::npos) end = text.size();
+    onLine(text.substr(start, end - start));
+    start = end + 1;
+  }
+}
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+#endif
