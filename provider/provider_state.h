@@ -1,0 +1,103 @@
+#ifndef VTR_PROVIDER_STATE_H
+#define VTR_PROVIDER_STATE_H
+
+#include <pthread.h>
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+#include "provider/event_provider.h"
+#include "src/data/schema.h"
+
+namespace vtr {
+namespace ipmitool {
+
+class IpmitoolCollector;
+struct field_info_t;
+
+constexpr uint32_t kProviderVersion = VTR_MAKE_VERSION(1, 0, 0);
+constexpr const char* kProviderName = "ipmitool";
+constexpr const char* kProviderDescription = "ipmitool sensor event provider";
+constexpr const char* kEventTypeName = "ipmitool_event";
+// Type index meaning "no event type registered yet".
+constexpr uint8_t kNoTypeId = 255;
+
+constexpr bool kDefaultIncludeDiscreteSensors = false;
+constexpr bool kDefaultIncludeContinuousSensors = true;
+constexpr unsigned int kDefaultCommandTimeoutSec = 30;
+constexpr bool kDefaultUseSudo = false;
+constexpr bool kDefaultIncludeEmptyFields = false;
+constexpr unsigned int kDefaultSampleIntervalSec = 30;
+
+// The provider's whole state. The host-facing record comes first, so every callback gets the
+// state back from the record pointer the host passes in. Heap members are owned here and
+// released by the destroy callback; the destructor frees only the option string.
+struct provider_t {
+  vtr_event_provider_t record{};
+
+  // The arguments `progress` hands to the serializer, laid out byte after byte.
+  uint8_t schema_id = 0;
+  uint8_t type_id = kNoTypeId;
+  uint8_t* event_buffer __attribute__((packed)) = nullptr;  // one event, guarded by `mutex`
+  uint64_t event_size __attribute__((packed)) = 0;
+  uint8_t pending_events = 0;                                // 0 or 1, guarded by `mutex`
+
+  pthread_t thread = 0;  // the sampling thread; 0 when none runs
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  // Written by `stop`, read by the sampling thread and the collector: go through
+  // request_stop()/stop_was_requested() so both sides see one atomic access.
+  volatile bool stop_requested = false;
+
+  bool include_discrete_sensors = kDefaultIncludeDiscreteSensors;
+  bool include_continuous_sensors = kDefaultIncludeContinuousSensors;
+  unsigned int command_timeout = kDefaultCommandTimeoutSec;
+  bool use_sudo = kDefaultUseSudo;
+  bool include_empty_fields = kDefaultIncludeEmptyFields;
+  unsigned int sample_interval_sec = kDefaultSampleIntervalSec;
+  std::string invalid_sensor_values;
+
+  uint16_t field_count = 0;                // fields of the event type, timestamp included
+  field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
+  IpmitoolCollector* collector = nullptr;  // owned
+};
+
+// The record must be the first member for provider_from_record to be valid.
+static_assert(std::is_standard_layout<provider_t>::value, "provider_t must stay standard-layout");
+
+// The one provider of the library; the entry point hands out the address of its record.
+extern provider_t static_provider;
+
+// The first field of every event: the pass's wall-clock time in microseconds.
+extern const vtr_type_field_info_t timestamp_field_info;
+
+inline provider_t* provider_from_record(vtr_event_provider_t* record) {
+  return reinterpret_cast<provider_t*>(record);
+}
+
+inline void request_stop(provider_t* provider) {
+  __atomic_store_n(&provider->stop_requested, true, __ATOMIC_RELEASE);
+}
+
+inline bool stop_was_requested(const provider_t* provider) {
+  return __atomic_load_n(&provider->stop_requested, __ATOMIC_ACQUIRE);
+}
+
+// Callbacks, in the order of the record's slots.
+bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_t* type_system);
+
+// Reads the seven options into `provider`, logging each value. Throws only what a lookup
+// throws (allocation failure).
+void read_provider_options(provider_t& provider, const vtr_custom_options* options);
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+bool ipmitool_provider_start(vtr_event_provider_t* record);
+int ipmitool_provider_progress(vtr_event_provider_t* record, void* ignored, vtr_data_serializer_t* serializer);
+bool ipmitool_provider_stop(vtr_event_provider_t* record);
+void ipmitool_provider_destroy(vtr_event_provider_t* record);
+vtr_source_array_t* ipmitool_provider_get_sources(vtr_event_provider_t* record);
+bool ipmitool_provider_fill_record(vtr_event_provider_t* record, void* ignored, vtr_provider_fill_record_t* out);
+
+#endif

@@ -1,0 +1,242 @@
+#include "provider/sampling_thread.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+#include "collector/ipmitool_collector.h"
+#include "provider/field_info.h"
+#include "runtime/clock.h"
+#include "runtime/data_serializer.h"
+#include "runtime/logger.h"
+#include "runtime/number_parse.h"
+#include "runtime/rate_limit.h"
+
+namespace vtr {
+namespace ipmitool {
+namespace {
+
+constexpr uint64_t kMicrosecondsPerSecond = 1000000;
+
+// Value used when a field is missing from the sample: reads as 0 in its slot.
+const std::string& stand_by_text(CollectorFieldType kind) {
+  static const std::string kDouble = "0.0";
+  static const std::string kInteger = "0x0";
+  static const std::string kTimestamp = "0";
+  static const std::string kNone;
+  switch (kind) {
+    case CollectorFieldType::Double:
+      return kDouble;
+    case CollectorFieldType::Uint64:
+    case CollectorFieldType::Uint16:
+      return kInteger;
+    case CollectorFieldType::Timestamp:
+      return kTimestamp;
+    default:
+      return kNone;
+  }
+}
+
+template <typename T>
+void store_at(uint8_t* event, uint64_t offset, T value) {
+  memcpy(event + offset, &value, sizeof value);
+}
+
+// Writes one field's text in its binary form; a text that does not convert leaves the slot 0.
+void convert_field(const field_info_t& info, const char* name, const std::string& text, uint8_t* event) {
+  constexpr const char* kPass = "ipmitool_provider_generate_events";
+  switch (info.kind) {
+    case CollectorFieldType::Uint64: {
+      uint64_t value = 0;
+      if (string_to_u64(text.c_str(), &value))
+        store_at(event, info.offset, value);
+      else
+        vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint64_t", kPass,
+                             text.c_str());
+      return;
+    }
+    case CollectorFieldType::Uint16: {
+      uint16_t value = 0;
+      if (string_to_u16(text.c_str(), &value))
+        store_at(event, info.offset, value);
+      else
+        vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint16_t", kPass,
+                             text.c_str());
+      return;
+    }
+    case CollectorFieldType::Double:
+      try {
+        store_at(event, info.offset, std::stod(text));
+      } catch (const std::logic_error& error) {  // invalid_argument and out_of_range
+        vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to double: %s", kPass,
+                             text.c_str(), error.what());
+      }
+      return;
+    case CollectorFieldType::Unknown:
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Unknown field type for '%s'", kPass, name);
+      return;
+    default:
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Unhandled field type for '%s'", kPass, name);
+      return;
+  }
+}
+
+// Fills the event from the sample; field 0 is always the pass's time stamp. Runs under the mutex.
+void fill_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
+  constexpr const char* kPass = "ipmitool_provider_generate_events";
+  // The lookup key keeps its storage from pass to pass, so lookups do not allocate.
+  static thread_local std::string key;
+  uint8_t* event = provider->event_buffer;
+  for (uint16_t i = 0; i < provider->field_count; ++i) {
+    const field_info_t* info = provider->field_infos[i];
+    if (info == nullptr) {
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] 'field_info' is nullptr", kPass);
+      continue;
+    }
+    if (i == 0) {
+      store_at(event, info->offset, timestamp_us);
+      continue;
+    }
+    // A nameless field is never in the sample; it is reported as missing.
+    const char* name = info->name != nullptr ? info->name : "";
+    key.assign(name);
+    const auto found = sample.find(key);
+    if (found == sample.end()) {
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not retrieve value for '%s'", kPass, name);
+      convert_field(*info, name, stand_by_text(info->kind), event);
+    } else {
+      convert_field(*info, name, found->second, event);
+    }
+  }
+}
+
+// The collector's sample; a collector that throws counts as a failed pass.
+bool take_sample(provider_t* provider, SensorSample& sample) {
+  if (provider->collector == nullptr) return false;
+  try {
+    return provider->collector->getSensorsData(sample);
+  } catch (const std::exception& error) {
+    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Reading the sensors failed: %s",
+                         "ipmitool_provider_generate_events", error.what());
+  }
+  sample.clear();
+  return false;
+}
+
+// Holds the provider's mutex for one scope.
+class BufferLock {
+ public:
+  explicit BufferLock(pthread_mutex_t* mutex) : mutex_(mutex) { pthread_mutex_lock(mutex_); }
+  ~BufferLock() { pthread_mutex_unlock(mutex_); }
+  BufferLock(const BufferLock&) = delete;
+  BufferLock& operator=(const BufferLock&) = delete;
+
+ private:
+  pthread_mutex_t* mutex_;
+};
+
+// A stop that arrives while the tool runs leaves the buffer untouched.
+void run_pass(provider_t* provider, SensorSample& sample) {
+  const uint64_t timestamp_us = vtr_now_us();
+  const bool ok = take_sample(provider, sample);
+  if (stop_was_requested(provider)) return;
+  BufferLock lock(&provider->mutex);
+  if (stop_was_requested(provider)) return;
+  if (!ok || sample.empty()) {
+    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Failed to retrieve ipmitool sensor data.",
+                         "ipmitool_provider_generate_events");
+    provider->pending_events = 0;  // an event not handed over yet is stale now
+    return;
+  }
+  // One event of room: a newer sample replaces one the host has not drained.
+  provider->pending_events = 1;
+  memset(provider->event_buffer, 0, provider->event_size);
+  fill_event(provider, sample, timestamp_us);
+}
+
+// Whole seconds left of the interval after a pass that began at `start_us`; a clock set back
+// during the pass wraps the difference and so leaves nothing to wait.
+int64_t seconds_left_of_interval(const provider_t* provider, uint64_t start_us) {
+  const uint64_t elapsed_sec = (vtr_now_us() - start_us) / kMicrosecondsPerSecond;
+  return static_cast<int64_t>(provider->sample_interval_sec) - static_cast<int64_t>(elapsed_sec);
+}
+
+void sampling_loop(provider_t* provider) {
+  SensorSample sample;
+  do {
+    const uint64_t start_us = vtr_now_us();
+    ipmitool_provider_generate_events(provider, sample);
+    if (stop_was_requested(provider)) return;
+
+    const int64_t seconds = seconds_left_of_interval(provider, start_us);
+    if (seconds < 1) {
+      vtr_log_rate_limited(VTR_LOG_WARNING,
+                           "[ipmitool] [%s] Data collection exceeded the sample interval. Actual interval will be "
+                           "longer than expected.",
+                           "ipmitool_thread_callback");
+      continue;
+    }
+    vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool] [%s] Sleeping for %ld seconds.", "ipmitool_thread_callback",
+                         static_cast<long>(seconds));
+    sleep(static_cast<unsigned int>(seconds));
+  } while (!stop_was_requested(provider));
+}
+
+}  // namespace
+
+void ipmitool_provider_generate_events(provider_t* provider, SensorSample& sample) {
+  run_pass(provider, sample);
+  sample.clear();
+}
+
+void* ipmitool_thread_callback(void* argument) {
+  auto* provider = static_cast<provider_t*>(argument);
+  if (stop_was_requested(provider)) return nullptr;
+  try {
+    sampling_loop(provider);
+  } catch (const std::exception& error) {
+    // Only allocation failures get here; the thread ends rather than take the host down.
+    vtr_log(VTR_LOG_ERR, "[ipmitool] [%s] Sampling stopped: %s", __func__, error.what());
+  }
+  return nullptr;
+}
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+bool ipmitool_provider_start(vtr_event_provider_t* record) {
+  vtr::ipmitool::provider_t* provider = vtr::ipmitool::provider_from_record(record);
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, vtr::ipmitool::ipmitool_thread_callback, provider) != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool] [%s] Failed to start internal thread", __func__);
+    return false;
+  }
+  provider->thread = thread;
+  return true;
+}
+
+int ipmitool_provider_progress(vtr_event_provider_t* record, void*, vtr_data_serializer_t* serializer) {
+  vtr::ipmitool::provider_t* provider = vtr::ipmitool::provider_from_record(record);
+  // The host thread never waits for a pass that is filling the buffer.
+  if (pthread_mutex_trylock(&provider->mutex) != 0) {
+    vtr_log(VTR_LOG_DEBUG, "[ipmitool] [%s] Failed to lock mutex, skipping provider progress.", __func__);
+    return 0;
+  }
+  int result = 0;
+  if (provider->pending_events != 0) {
+    const int written = vtr_data_serializer_write_events(serializer, provider->schema_id, provider->type_id,
+                                                         provider->event_buffer, provider->pending_events);
+    if (written < 0) {
+      result = -1;
+    } else {
+      provider->pending_events = static_cast<uint8_t>(provider->pending_events - written);
+      result = provider->pending_events != 0 ? 1 : 0;
+    }
+  }
+  pthread_mutex_unlock(&provider->mutex);
+  return result;
+}
