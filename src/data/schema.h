@@ -1,6 +1,7 @@
 #ifndef VTR_DATA_SCHEMA_H
 #define VTR_DATA_SCHEMA_H
 
+#include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -89,6 +90,31 @@ VTR_API int vtr_schema_add_type(vtr_schema_t* schema, const char* name, const vt
                                 size_t count, uint8_t* out_index);
 VTR_API vtr_type_definition_t* vtr_schema_find_type_definition(const vtr_schema_t* schema, const char* name);
 VTR_API uint64_t vtr_schema_sizeof_type(const vtr_schema_t* schema, const char* name);
+
+/* Zero-filled schema with a copy of `name` (may be null) and a cleared id; null on failure.
+ * The destroyer frees its types and name, not its parent; null is ignored. */
+VTR_API vtr_schema_t* vtr_create_schema(const char* name, uint32_t version);
+VTR_API void vtr_destroy_schema(vtr_schema_t* schema);
+
+/* Numbers the first field of each given name 1, 2, ... in the order given, after clearing
+ * every index of the type; names that match no field are skipped. Status 0, or 3 for bad
+ * arguments. */
+VTR_API int vtr_schema_set_field_indexes(vtr_schema_t* schema, uint8_t type_index, const char** names, size_t count);
+
+/* New array of the names of the indexed fields in field order, their number in *out_count;
+ * the caller frees the array, not the names. Null on failure. */
+VTR_API const char** vtr_schema_get_indexed_fields(const vtr_schema_t* schema, uint8_t type_index,
+                                                   size_t* out_count);
+
+/* JSON text of the named type, pretty or compact; caller frees with json_free_serialized_string.
+ * Null if the type is not found or has no JSON form. */
+VTR_API char* vtr_schema_serialize_type_definition(const vtr_schema_t* schema, const char* type_name, bool pretty);
+
+/* Points every field of `type` at the definition of its type_name in the schema chain. */
+VTR_API bool vtr_schema_adjust_field_type_references(const vtr_schema_t* schema, vtr_type_definition_t* type);
+
+/* Reads a schema document from a file, resolves it against `parent` and computes its id. */
+VTR_API vtr_schema_t* vtr_schema_load_from_file(const char* path, vtr_schema_t* parent);
 
 VTR_EXTERN_C_END
 
