@@ -1,0 +1,50 @@
+#include "tools/event_printer.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace vtr {
+namespace host {
+
+namespace {
+
+// Timestamps are when, not how much: the page carries the block's time separately.
+bool isMeasurement(const vtr_type_field_definition_t& field) {
+  return !field.type_name || std::strcmp(field.type_name, "timestamp") != 0;
+}
+
+}  // namespace
+
+RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) const {
+  std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> json(
+      api_.type_definition_jsonify_data(block.type, block.event(index)), api_.json_value_free);
+  JSON_Object* object = api_.json_value_get_object(json.get());
+  if (!object) throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
+
+  RenderedEvent rendered;
+  rendered.snapshot.schema = block.schema->name;
+  rendered.snapshot.source = sourceId_;
+  rendered.snapshot.timestampUs = block.timestampUs;
+  for (std::int32_t i = 0; i < block.type->num_fields; ++i) {
+    const vtr_type_field_definition_t& field = *block.type->fields[i];
+    JSON_Value* value = api_.json_object_get_value(object, field.field_name);
+    if (!isMeasurement(field) || api_.json_value_get_type(value) != JSONNumber) continue;
+    rendered.snapshot.fields.push_back(
+        {field.field_name, field.description ? field.description : "", api_.json_value_get_number(value)});
+  }
+
+  bool complete = api_.json_object_set_number(object, "timestamp", static_cast<double>(block.timestampUs)) ==
+                      JSONSuccess &&
+                  api_.json_object_set_string(object, "source", sourceId_.c_str()) == JSONSuccess &&
+                  api_.json_object_set_string(object, "schema", block.schema->name) == JSONSuccess &&
+                  api_.json_object_set_string(object, "type", block.type->name) == JSONSuccess;
+  char* text = complete ? api_.json_serialize_to_string(json.get()) : nullptr;
+  if (!text) throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
+  rendered.jsonLine = text;
+  api_.json_free_serialized_string(text);
+  return rendered;
+}
+
+}  // namespace host
+}  // namespace vtr

@@ -1,0 +1,132 @@
+#include "tools/host_loop.h"
+
+#include <pthread.h>
+#include <time.h>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "tools/event_blocks.h"
+#include "tools/event_printer.h"
+#include "tools/metrics_server.h"
+#include "tools/plugin_library.h"
+#include "tools/provider_session.h"
+
+namespace vtr {
+namespace host {
+
+namespace {
+
+constexpr std::size_t kSerializerBytes = 64 * 1024;
+constexpr long kProgressPeriodNs = 100 * 1000 * 1000;
+
+// Threads started while this lives never take SIGINT or SIGTERM, so the signal reaches the
+// loop's thread instead of cutting short a sleep in the provider or the HTTP server.
+class StopSignalsBlocked {
+ public:
+  StopSignalsBlocked() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, &previous_);
+  }
+  ~StopSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+  StopSignalsBlocked(const StopSignalsBlocked&) = delete;
+  StopSignalsBlocked& operator=(const StopSignalsBlocked&) = delete;
+
+ private:
+  sigset_t previous_;
+};
+
+// False once stdout is gone (a closed pipe): nobody reads the events any more.
+bool printLine(const std::string& line) {
+  return std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF &&
+         std::fflush(stdout) == 0;
+}
+
+class EventPump {
+ public:
+  EventPump(const HostOptions& options, ProviderSession& session, const EventPrinter& printer,
+            MetricsBoard& board)
+      : options_(options), session_(session), printer_(printer), board_(board), buffer_(kSerializerBytes) {}
+
+  void run(const volatile std::sig_atomic_t& stopRequested) {
+    using Clock = std::chrono::steady_clock;
+    std::optional<Clock::time_point> deadline;
+    if (options_.durationSeconds > 0) {
+      deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                    std::chrono::duration<double>(options_.durationSeconds));
+    }
+    while (!stopRequested && !(deadline && Clock::now() >= deadline)) {
+      bool morePending = false;
+      if (!drainOnce(morePending)) return;
+      if (!morePending) {
+        // A signal ends the nap early, which is what we want.
+        timespec nap{0, kProgressPeriodNs};
+        nanosleep(&nap, nullptr);
+      }
+    }
+  }
+
+ private:
+  // One progress call and every event it wrote; false when the host should stop.
+  bool drainOnce(bool& morePending) {
+    vtr_data_serializer_t serializer{session_.typeSystem(), buffer_.data(), buffer_.size(), 0};
+    morePending = session_.progress(serializer) == 1;
+    for (const EventBlock& block : decodeEventBlocks(buffer_.data(), serializer.used, *session_.typeSystem())) {
+      for (std::size_t i = 0; i < block.count; ++i) {
+        RenderedEvent event = printer_.render(block, i);
+        if (!printLine(event.jsonLine)) return false;
+        board_.publish(std::move(event.snapshot));
+        if (options_.samples > 0 && ++printed_ >= options_.samples) return false;
+      }
+    }
+    return true;
+  }
+
+  const HostOptions& options_;
+  ProviderSession& session_;
+  const EventPrinter& printer_;
+  MetricsBoard& board_;
+  std::vector<std::uint8_t> buffer_;
+  std::uint64_t printed_ = 0;
+};
+
+void applyLogLevel(const PluginApi& api, std::uint32_t level) {
+  if (!api.set_log_level) throw HostError("plug-in does not export vtr_set_log_level (--log-level)");
+  api.set_log_level(level);
+}
+
+}  // namespace
+
+void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopRequested) {
+  // Destruction runs bottom-up: the provider is stopped and destroyed, the plug-in unloaded,
+  // then the HTTP server stopped, and only then the board it reads.
+  MetricsBoard board;
+  std::unique_ptr<MetricsServer> server;
+  if (options.listen) {
+    StopSignalsBlocked blocked;
+    server = std::make_unique<MetricsServer>(*options.listen, board);
+  }
+  PluginLibrary plugin(options.pluginPath);
+  if (options.logLevel) applyLogLevel(plugin.api(), *options.logLevel);
+  ProviderSession session(plugin.api(), options.providerOptions);
+  if (!options.schemaOut.empty()) session.writeSchema(options.schemaOut);
+  EventPrinter printer(plugin.api(), session.firstSourceId());
+  {
+    StopSignalsBlocked blocked;
+    session.start();
+  }
+  board.setUp(true);
+  // Only now: a failure before this point is reported by its own single line.
+  if (server) std::fprintf(stderr, "vtr-host: serving %s\n", server->url().c_str());
+  EventPump(options, session, printer, board).run(stopRequested);
+  board.setUp(false);
+}
+
+}  // namespace host
+}  // namespace vtr

@@ -1,0 +1,40 @@
+#ifndef VTR_HOST_METRICS_SERVER_H
+#define VTR_HOST_METRICS_SERVER_H
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "tools/command_line.h"
+#include "tools/prometheus.h"
+
+namespace httplib {
+class Server;
+}
+
+namespace vtr {
+namespace host {
+
+// Serves the board's page at /metrics on its own thread, from construction to destruction.
+class MetricsServer {
+ public:
+  // Throws HostError when the address cannot be bound (in use, not local, not resolvable).
+  MetricsServer(const ListenAddress& address, const MetricsBoard& board);
+  ~MetricsServer();
+  MetricsServer(const MetricsServer&) = delete;
+  MetricsServer& operator=(const MetricsServer&) = delete;
+
+  std::string url() const;
+
+ private:
+  ListenAddress address_;
+  std::unique_ptr<httplib::Server> server_;
+  std::atomic<bool> listenReturned_{false};
+  std::thread thread_;
+};
+
+}  // namespace host
+}  // namespace vtr
+
+#endif

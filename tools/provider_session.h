@@ -1,0 +1,53 @@
+#ifndef VTR_HOST_PROVIDER_SESSION_H
+#define VTR_HOST_PROVIDER_SESSION_H
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/plugin_library.h"
+
+namespace vtr {
+namespace host {
+
+// One provider driven through its record in the order the contract asks for: the
+// constructor runs construct_event_provider and initialize, start() starts it, and the
+// destructor stops and destroys it, then frees the type system and the option dictionary.
+class ProviderSession {
+ public:
+  // Throws HostError when the provider cannot be constructed or initialised.
+  ProviderSession(const PluginApi& api, const std::vector<std::pair<std::string, std::string>>& options);
+  ~ProviderSession();
+  ProviderSession(const ProviderSession&) = delete;
+  ProviderSession& operator=(const ProviderSession&) = delete;
+
+  const char* name() const;
+  // Id of the provider's first source; empty when it announces none.
+  std::string firstSourceId() const;
+  // The type system as pretty JSON text, written to `path`.
+  void writeSchema(const std::string& path) const;
+  void start();
+  // One progress call; returns the provider's result (1: more events are pending).
+  int progress(vtr_data_serializer_t& serializer);
+
+  vtr_type_system_t* typeSystem() const { return typeSystem_.get(); }
+
+ private:
+  using Dictionary = std::unique_ptr<vtr_custom_options, void (*)(vtr_custom_options*)>;
+  using TypeSystem = std::unique_ptr<vtr_type_system_t, void (*)(vtr_type_system_t*)>;
+
+  Dictionary makeDictionary(const std::vector<std::pair<std::string, std::string>>& options) const;
+
+  const PluginApi& api_;
+  Dictionary options_;
+  TypeSystem typeSystem_;
+  vtr_event_provider_t* provider_ = nullptr;
+  bool initialized_ = false;
+  bool started_ = false;
+};
+
+}  // namespace host
+}  // namespace vtr
+
+#endif
