@@ -18,8 +18,14 @@ class SimServer {
 
   // False when the simulator could not be started; reason() says why.
   bool running() const { return running_; }
+  // False when ipmi_sim or ipmitool is not installed: the one case where a test may skip.
+  //   if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  //   ASSERT_TRUE(sim.running()) << sim.reason();
+  bool installed() const { return installed_; }
   const std::string& reason() const { return reason_; }
   int port() const { return port_; }
+  // The ipmi_sim process id, 0 when none was started.
+  int pid() const { return pid_; }
   // Directory holding the shim `ipmitool`; prepend it to PATH to use the simulator.
   const std::string& shimDirectory() const { return shimDir_; }
   // Puts the shim first in PATH for this process (restored by the destructor).
@@ -27,6 +33,7 @@ class SimServer {
 
  private:
   bool running_ = false;
+  bool installed_ = true;
   std::string reason_;
   int port_ = 0;
   int pid_ = 0;
