@@ -63,8 +63,9 @@ bool append_or_discard(vtr_source_array_t** array, const char* id) {
 vtr_source_array_t* create_numbered_sources(const char* base_id, int first, int last) {
   vtr_source_array_t* array = vtr_create_source_array();
   for (long long k = first; array && k <= last; ++k) {
-    char id[VTR_SOURCE_ID_SIZE];
-    snprintf(id, sizeof id, "%s_%d", base_id, static_cast<int>(k));
+    // Room for the whole "%s_%d"; the source keeps its first 63 characters.
+    char id[VTR_SOURCE_ID_SIZE + sizeof "_-2147483648"];
+    snprintf(id, sizeof id, "%.63s_%d", base_id, static_cast<int>(k));
     append_or_discard(&array, id);
   }
   return array;

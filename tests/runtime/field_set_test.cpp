@@ -93,13 +93,6 @@ TEST(FieldSetFile, EmptyHeaderEndsTheSection) {
   EXPECT_EQ(set.getFieldPatterns("a"), Lines{"x"});
 }
 
-TEST(FieldSetFile, ReloadingForgetsEarlierPatterns) {
-  auto set = setFromLines({"[a]"});
-  set.loadFromLines({"[b]"});
-  EXPECT_FALSE(set.isTypeOfInterest("a"));
-  EXPECT_TRUE(set.isTypeOfInterest("b"));
-}
-
 TEST(FieldSetFile, DefaultSectionServesTypesWithoutASectionOnly) {
   const auto onlyDefault = setFromLines({"[default]", "temp"});
   EXPECT_TRUE(onlyDefault.shouldIncludeField("x", "cpu_temp"));
