@@ -80,8 +80,9 @@ class EventPump {
     for (const EventBlock& block : decodeEventBlocks(buffer_.data(), serializer.used, *session_.typeSystem())) {
       for (std::size_t i = 0; i < block.count; ++i) {
         RenderedEvent event = printer_.render(block, i);
-        if (!printLine(event.jsonLine)) return false;
+        // Published first: whoever has read the line finds the event on /metrics.
         board_.publish(std::move(event.snapshot));
+        if (!printLine(event.jsonLine)) return false;
         if (options_.samples > 0 && ++printed_ >= options_.samples) return false;
       }
     }

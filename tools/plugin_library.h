@@ -23,7 +23,7 @@ struct PluginApi {
   vtr_construct_event_provider_fn construct_event_provider = nullptr;
 
   vtr_custom_options* (*dict_create)(void) = nullptr;
-  int (*dict_add)(vtr_custom_options*, const char*, const char*) = nullptr;
+  int (*dict_add)(vtr_custom_options*, const char*, const char*) = nullptr;  // 1: added
   void (*dict_delete)(vtr_custom_options*) = nullptr;
 
   vtr_type_system_t* (*create_type_system)(void) = nullptr;

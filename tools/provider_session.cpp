@@ -35,7 +35,7 @@ ProviderSession::Dictionary ProviderSession::makeDictionary(
   Dictionary dictionary(api_.dict_create(), api_.dict_delete);
   if (!dictionary) throw HostError("plug-in could not create an option dictionary");
   for (const auto& [key, value] : options) {
-    if (api_.dict_add(dictionary.get(), key.c_str(), value.c_str()) != 0) {
+    if (api_.dict_add(dictionary.get(), key.c_str(), value.c_str()) == 0) {
       throw HostError("plug-in refused the option " + key);
     }
   }

@@ -1,0 +1,94 @@
+// How vtr-host ends: bad input gives one line on stderr and a failing exit code with nothing
+// left running; SIGINT and SIGTERM end a run cleanly with exit code 0.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <exception>
+
+#include "host_json.h"
+#include "host_process.h"
+#include "support/fake_ipmitool.h"
+
+namespace vtr {
+namespace test {
+namespace {
+
+// A real shared library that is not a provider: the C++ runtime this test runs on.
+std::string libraryWithoutEntryPoint() {
+  Dl_info info{};
+  dladdr(reinterpret_cast<void*>(&std::terminate), &info);
+  return info.dli_fname ? info.dli_fname : "";
+}
+
+struct BadInput {
+  const char* name;
+  std::vector<std::string> args;  // "{busy-port}" and "{not-a-provider}" are filled in per run
+  const char* reported;           // part of the one stderr line
+};
+
+class HostRefusesBadInput : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
+  const BadInput& row = GetParam();
+  BusyPort busy;
+  std::vector<std::string> args;
+  for (const std::string& arg : row.args) {
+    if (arg == "{busy-port}") {
+      args.push_back(std::to_string(busy.port()));
+    } else if (arg == "{not-a-provider}") {
+      args.push_back(libraryWithoutEntryPoint());
+    } else {
+      args.push_back(arg);
+    }
+  }
+  HostProcess host(args);
+  int exitCode = host.wait();
+  EXPECT_GT(exitCode, 0);
+  EXPECT_LT(exitCode, 128) << "ended by a signal";
+  std::vector<std::string> lines = host.errorLines();
+  ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
+  EXPECT_NE(lines[0].find(row.reported), std::string::npos) << lines[0];
+  EXPECT_EQ(host.remainingOutput(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, HostRefusesBadInput,
+    ::testing::Values(BadInput{"UnknownFlag", {"--bogus"}, "--bogus"},
+                      BadInput{"MissingPlugin", {"--plugin", "/nonexistent/libprovider.so"}, "plug-in not found"},
+                      BadInput{"PluginWithoutEntryPoint", {"--plugin", "{not-a-provider}"}, "construct_event_provider"},
+                      BadInput{"OptionWithoutValue", {"--option", "ipmitool-use-sudo"}, "KEY=VALUE"},
+                      BadInput{"ListenPortInUse", {"--listen", "{busy-port}"}, "cannot listen"},
+                      BadInput{"ListenAddressNotAPort", {"--listen", "localhost:http"}, "--listen"}),
+    [](const ::testing::TestParamInfo<BadInput>& info) { return info.param.name; });
+
+TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedInOneLine) {
+  FakeIpmitool tool;
+  tool.setExitCode(1);
+  HostProcess host(discreteEverySecond());
+  EXPECT_EQ(host.wait(), 1);
+  std::vector<std::string> lines = host.errorLines();
+  ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
+  EXPECT_NE(lines[0].find("failed to initialize"), std::string::npos) << lines[0];
+}
+
+class HostStopsOnSignal : public ::testing::TestWithParam<int> {};
+
+TEST_P(HostStopsOnSignal, WithExitCodeZeroAfterStoppingTheProvider) {
+  FakeIpmitool tool;
+  HostProcess host(discreteEverySecond());
+  ASSERT_TRUE(host.readLine()) << host.errorOutput();
+  host.signal(GetParam());
+  EXPECT_EQ(host.wait(), 0) << host.errorOutput();
+  EXPECT_EQ(host.errorOutput(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, HostStopsOnSignal, ::testing::Values(SIGINT, SIGTERM),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                           return std::string(info.param == SIGINT ? "Interrupt" : "Terminate");
+                         });
+
+}  // namespace
+}  // namespace test
+}  // namespace vtr
