@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <ostream>
 #include <string>
 
 #include "log_capture.h"
@@ -21,6 +22,10 @@ struct EnvCase {
   const char* warning;   // expected conflict warning, null for none
   const char* debug;     // expected debug line
 };
+
+std::ostream& operator<<(std::ostream& out, const EnvCase& c) {
+  return out << c.key << " with VTR_=" << (c.prefixed ? c.prefixed : "unset") << " bare=" << (c.bare ? c.bare : "unset");
+}
 
 class EnvironmentLookup : public ::testing::TestWithParam<EnvCase> {};
 

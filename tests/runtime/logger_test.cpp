@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include <memory>
+#include <ostream>
 #include <set>
 #include <string>
 #include <thread>
@@ -59,6 +60,10 @@ struct LevelCase {
   uint32_t level;
 };
 
+std::ostream& operator<<(std::ostream& out, const LevelCase& c) {
+  return out << (c.prefixed ? c.prefixed : "unset") << " and " << (c.bare ? c.bare : "unset");
+}
+
 class LogLevelFromEnvironment : public ::testing::TestWithParam<LevelCase> {};
 
 TEST_P(LogLevelFromEnvironment, AdmitsExactlyThePrioritiesUpToTheLevel) {
@@ -91,6 +96,10 @@ struct ThreadSafeCase {
   const char* value;
   bool locked;
 };
+
+std::ostream& operator<<(std::ostream& out, const ThreadSafeCase& c) {
+  return out << (c.value ? "'" + std::string(c.value) + "'" : "unset");
+}
 
 class LogThreadSafeSwitch : public ::testing::TestWithParam<ThreadSafeCase> {};
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 struct NumberCase {
@@ -9,6 +11,10 @@ struct NumberCase {
   bool ok;
   uint64_t value;
 };
+
+std::ostream& operator<<(std::ostream& out, const NumberCase& c) {
+  return out << (c.text ? "'" + std::string(c.text) + "'" : "null");
+}
 
 class U64Text : public ::testing::TestWithParam<NumberCase> {};
 class U16Text : public ::testing::TestWithParam<NumberCase> {};

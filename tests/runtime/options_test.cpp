@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "log_capture.h"
@@ -93,6 +94,8 @@ struct UnsignedCase {
   const char* text;
   unsigned int expected;
 };
+
+std::ostream& operator<<(std::ostream& out, const UnsignedCase& c) { return out << "'" << c.text << "'"; }
 
 class UnsignedOptionText : public ::testing::TestWithParam<UnsignedCase> {};
 
