@@ -149,8 +149,8 @@ bool read_types(const JSON_Object* object, const vtr_provider_field_set_t* field
       return false;
     }
     if (schema->num_types >= VTR_MAX_TYPES) {
-      vtr_log(VTR_LOG_ERR, "[%s] Unable to add new type, reached VTR_MAX_TYPES. schema->num_types = %d",
-              "vtr_schema_from_json", schema->num_types);
+      vtr_log(VTR_LOG_ERR, "Schema '%s' cannot hold type #%d: reached VTR_MAX_TYPES",
+              vtr::data::printable_name(schema->name), static_cast<int>(i));
       return false;
     }
     schema->types[schema->num_types++] = type.release();
