@@ -1,0 +1,216 @@
+// Which texts parse, and into what: schema files from other producers must read the same way
+// they read with parson, quirks included.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "json_test_helpers.h"
+
+using namespace json_test;
+
+namespace {
+
+constexpr const char* kRefused = "<null>";
+
+struct ParseCase {
+  std::string input;
+  std::string compactOrRefused;
+};
+
+void expectParses(const std::vector<ParseCase>& cases, Value (*parser)(const std::string&)) {
+  for (const ParseCase& c : cases) {
+    Value value = parser(c.input);
+    EXPECT_EQ(compact(value.get()), c.compactOrRefused) << "input: " << c.input;
+  }
+}
+
+TEST(JsonParse, StructureRules) {
+  expectParses(
+      {
+          {"[1,]", "[1]"},
+          {R"({"a":1,})", R"({"a":1})"},
+          {"[,]", kRefused},
+          {"{,}", kRefused},
+          {R"({"a":1,,})", kRefused},
+          {"[1,,]", kRefused},
+          {"[1 2]", kRefused},
+          {"[1", kRefused},
+          {R"({"a"})", kRefused},
+          {R"({"a":})", kRefused},
+          {"{a:1}", kRefused},
+          {"{'a':1}", kRefused},
+          {R"({"a":1,"a":2})", kRefused},
+          {R"({"a":1,"\u0061":2})", kRefused},
+          {R"({"a\u0000b":1})", kRefused},
+          {" \t\n\v\f\r[ 1 , { \"k\" : null } ]", R"([1,{"k":null}])"},
+          {"", kRefused},
+          {" \n ", kRefused},
+      },
+      parse);
+}
+
+TEST(JsonParse, OnlyTheFirstValueIsRead) {
+  expectParses({{"[1] x", "[1]"},
+                {"{}}", "{}"},
+                {"123abc", "123"},
+                {"truex", "true"},
+                {"[truex]", kRefused},
+                {"True", kRefused},
+                {"nul", kRefused},
+                {"\xEF\xBB\xBF[1]", "[1]"},
+                {"\xEF\xBB[1]", kRefused}},
+               parse);
+}
+
+TEST(JsonParse, NumberRules) {
+  expectParses(
+      {
+          {"01", kRefused},       {"-01", kRefused},     {"0x1", kRefused},
+          {"-0x1", kRefused},     {"0e5", kRefused},     {"-0e1", kRefused},
+          {"00", kRefused},       {"+1", kRefused},      {".5", kRefused},
+          {"NaN", kRefused},      {"Infinity", kRefused}, {"-Infinity", kRefused},
+          {"-nan", kRefused},     {"1e309", kRefused},   {"-1e309", kRefused},
+          {"0", "0"},             {"-0", "-0"},          {"0.5", "0.5"},
+          {"-0.5", "-0.5"},       {"1.", "1"},           {"-.5", "-0.5"},
+          {"1e-400", "0"},        {"-", "0"},            {"[-]", kRefused},
+          {"2.5E+3", "2500"},     {"[1e2,-3]", "[100,-3]"},
+      },
+      parse);
+}
+
+TEST(JsonParse, StringRules) {
+  expectParses(
+      {
+          {R"("\"\\\/\b\f\n\r\t")", R"("\"\\\/\b\f\n\r\t")"},
+          {R"("\u00E9\u00e9")", "\"\xc3\xa9\xc3\xa9\""},
+          {R"("\u20ac")", "\"\xe2\x82\xac\""},
+          {R"("\ud83d\ude00")", "\"\xf0\x9f\x98\x80\""},
+          {R"("\ud83d")", kRefused},
+          {R"("\ude00")", kRefused},
+          {R"("\ude00\ud83d")", kRefused},
+          {R"("\ud83d x")", kRefused},
+          {R"("\ud83d\u0041")", kRefused},
+          {R"("\u12")", kRefused},
+          {R"("\u12G4")", kRefused},
+          {R"("\x")", kRefused},
+          {R"("\'")", kRefused},
+          {"\"abc", kRefused},
+          {"\"a\\", kRefused},
+          {"\"a\tb\"", kRefused},
+          {"\"a\nb\"", kRefused},
+          {"\"a\x1f\"", kRefused},
+          {"\"a\x7f\xff\"", "\"a\x7f\xff\""},
+      },
+      parse);
+}
+
+TEST(JsonParse, EscapedNulStaysInsideStringValue) {
+  Value value = parse(R"(["a\u0000b"])");
+  const JSON_Value* element = json_array_get_value(json_value_get_array(value.get()), 0);
+  ASSERT_EQ(json_value_get_string_len(element), 3u);
+  EXPECT_EQ(std::string(json_value_get_string(element), 3), std::string("a\0b", 3));
+  EXPECT_EQ(compact(value.get()), R"(["a\u0000b"])");
+}
+
+std::string nestedArrays(int depth, const std::string& inner) {
+  return std::string(depth, '[') + inner + std::string(depth, ']');
+}
+
+TEST(JsonParse, NestingLimitIs2048Containers) {
+  Value deepest = parse(nestedArrays(2048, "1"));
+  ASSERT_NE(deepest, nullptr);
+  EXPECT_EQ(compact(deepest.get()), nestedArrays(2048, "1"));
+  EXPECT_NE(pretty(deepest.get()), "<null>");
+  Value copy(json_value_deep_copy(deepest.get()));
+  EXPECT_EQ(compact(copy.get()), nestedArrays(2048, "1"));
+
+  EXPECT_EQ(parse(nestedArrays(2049, "1")), nullptr);
+  EXPECT_NE(parse(nestedArrays(2049, "")), nullptr);
+  EXPECT_EQ(parse(nestedArrays(2050, "")), nullptr);
+  EXPECT_EQ(parse(nestedArrays(100000, "")), nullptr);
+  EXPECT_EQ(parse(std::string(100000, '[')), nullptr);
+}
+
+TEST(JsonParse, MemberOrderIsInputOrder) {
+  Value value = parse(R"({"z":1,"a":2,"m":3})");
+  const JSON_Object* object = json_value_get_object(value.get());
+  ASSERT_EQ(json_object_get_count(object), 3u);
+  EXPECT_STREQ(json_object_get_name(object, 0), "z");
+  EXPECT_STREQ(json_object_get_name(object, 1), "a");
+  EXPECT_STREQ(json_object_get_name(object, 2), "m");
+  EXPECT_EQ(json_object_get_name(object, 3), nullptr);
+}
+
+TEST(JsonParse, LargeObjectWithDuplicateLastKeyIsRefused) {
+  std::string text = "{";
+  for (int i = 0; i < 50000; i++) text += "\"k" + std::to_string(i) + "\":" + std::to_string(i) + ",";
+  Value distinct = parse(text + "\"end\":0}");
+  ASSERT_NE(distinct, nullptr);
+  EXPECT_EQ(json_object_get_number(json_value_get_object(distinct.get()), "k49999"), 49999);
+  EXPECT_EQ(parse(text + "\"k123\":0}"), nullptr);
+}
+
+TEST(JsonParseWithComments, CommentsOutsideStringsAreBlanked) {
+  expectParses(
+      {
+          {"/* head */ [1, // line\n 2 /* mid */ ]", "[1,2]"},
+          {R"(["/* kept */", "// kept"])", R"(["\/* kept *\/","\/\/ kept"])"},
+          {R"(["a\"/*", 1])", R"(["a\"\/*",1])"},
+          {"[1] // no final line feed", "[1]"},
+          {"{\"a\"/**/:/**/1}", R"({"a":1})"},
+          {"[1, /* never closed", kRefused},
+          {"// only a comment", kRefused},
+          {"\xEF\xBB\xBF[1]", kRefused},
+      },
+      parseWithComments);
+  EXPECT_EQ(parse("/* c */ [1]"), nullptr);
+  EXPECT_EQ(json_parse_string(nullptr), nullptr);
+  EXPECT_EQ(json_parse_string_with_comments(nullptr), nullptr);
+}
+
+class JsonFile : public ::testing::Test {
+ protected:
+  std::string path = ::testing::TempDir() + "json_file_test_" +
+                     ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".json";
+  void TearDown() override { std::remove(path.c_str()); }
+  void write(const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+};
+
+TEST_F(JsonFile, ParsesWholeFileAfterBom) {
+  write("\xEF\xBB\xBF{\"a\": [1, 2]}\n");
+  Value value(json_parse_file(path.c_str()));
+  EXPECT_EQ(compact(value.get()), R"({"a":[1,2]})");
+}
+
+TEST_F(JsonFile, CommentsVariantReadsFile) {
+  write("{\n  // why\n  \"a\": 1 /* unit */\n}\n");
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  Value value(json_parse_file_with_comments(path.c_str()));
+  EXPECT_EQ(compact(value.get()), R"({"a":1})");
+}
+
+TEST_F(JsonFile, MissingEmptyOrBrokenFileGivesNull) {
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  write("");
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  write("{\"a\":");
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  EXPECT_EQ(json_parse_file(nullptr), nullptr);
+}
+
+TEST_F(JsonFile, SerialisedFileReadsBack) {
+  std::string text = "{\"s\":\"" + std::string(200000, 'x') + "\",\"n\":[1,2]}";
+  Value value = parse(text);
+  ASSERT_EQ(json_serialize_to_file_pretty(value.get(), path.c_str()), JSONSuccess);
+  Value pretty(json_parse_file(path.c_str()));
+  EXPECT_EQ(compact(pretty.get()), text);
+  ASSERT_EQ(json_serialize_to_file(value.get(), path.c_str()), JSONSuccess);
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), text);
+  EXPECT_EQ(json_serialize_to_file(nullptr, path.c_str()), JSONFailure);
+  EXPECT_EQ(json_serialize_to_file(value.get(), "/nonexistent-dir/x.json"), JSONFailure);
+}
+
+}  // namespace
