@@ -21,6 +21,9 @@ namespace ipmitool {
 namespace {
 
 constexpr uint64_t kMicrosecondsPerSecond = 1000000;
+// Names the lines of a pass and of the loop carry, whichever helper writes them.
+constexpr const char* kPass = "ipmitool_provider_generate_events";
+constexpr const char* kLoop = "ipmitool_thread_callback";
 
 // Value used when a field is missing from the sample: reads as 0 in its slot.
 const std::string& stand_by_text(CollectorFieldType kind) {
@@ -48,7 +51,6 @@ void store_at(uint8_t* event, uint64_t offset, T value) {
 
 // Writes one field's text in its binary form; a text that does not convert leaves the slot 0.
 void convert_field(const field_info_t& info, const char* name, const std::string& text, uint8_t* event) {
-  constexpr const char* kPass = "ipmitool_provider_generate_events";
   switch (info.kind) {
     case CollectorFieldType::Uint64: {
       uint64_t value = 0;
@@ -85,9 +87,9 @@ void convert_field(const field_info_t& info, const char* name, const std::string
   }
 }
 
-// Fills the event from the sample; field 0 is always the pass's time stamp. Runs under the mutex.
-void fill_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
-  constexpr const char* kPass = "ipmitool_provider_generate_events";
+}  // namespace
+
+void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
   // The lookup key keeps its storage from pass to pass, so lookups do not allocate.
   static thread_local std::string key;
   uint8_t* event = provider->event_buffer;
@@ -114,6 +116,8 @@ void fill_event(provider_t* provider, const SensorSample& sample, uint64_t times
   }
 }
 
+namespace {
+
 // The collector's sample; a collector that throws counts as a failed pass.
 bool take_sample(provider_t* provider, SensorSample& sample) {
   if (provider->collector == nullptr) return false;
@@ -121,7 +125,7 @@ bool take_sample(provider_t* provider, SensorSample& sample) {
     return provider->collector->getSensorsData(sample);
   } catch (const std::exception& error) {
     vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Reading the sensors failed: %s",
-                         "ipmitool_provider_generate_events", error.what());
+                         kPass, error.what());
   }
   sample.clear();
   return false;
@@ -147,15 +151,14 @@ void run_pass(provider_t* provider, SensorSample& sample) {
   BufferLock lock(&provider->mutex);
   if (stop_was_requested(provider)) return;
   if (!ok || sample.empty()) {
-    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Failed to retrieve ipmitool sensor data.",
-                         "ipmitool_provider_generate_events");
+    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Failed to retrieve ipmitool sensor data.", kPass);
     provider->pending_events = 0;  // an event not handed over yet is stale now
     return;
   }
   // One event of room: a newer sample replaces one the host has not drained.
   provider->pending_events = 1;
   memset(provider->event_buffer, 0, provider->event_size);
-  fill_event(provider, sample, timestamp_us);
+  write_sample_to_event(provider, sample, timestamp_us);
 }
 
 // Whole seconds left of the interval after a pass that began at `start_us`; a clock set back
@@ -177,10 +180,10 @@ void sampling_loop(provider_t* provider) {
       vtr_log_rate_limited(VTR_LOG_WARNING,
                            "[ipmitool] [%s] Data collection exceeded the sample interval. Actual interval will be "
                            "longer than expected.",
-                           "ipmitool_thread_callback");
+                           kLoop);
       continue;
     }
-    vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool] [%s] Sleeping for %ld seconds.", "ipmitool_thread_callback",
+    vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool] [%s] Sleeping for %ld seconds.", kLoop,
                          static_cast<long>(seconds));
     sleep(static_cast<unsigned int>(seconds));
   } while (!stop_was_requested(provider));

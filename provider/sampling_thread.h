@@ -15,6 +15,10 @@ void* ipmitool_thread_callback(void* provider);
 // `sample` is scratch space owned by the caller; it is empty again when the pass returns.
 void ipmitool_provider_generate_events(provider_t* provider, SensorSample& sample);
 
+// Converts every field of `sample` into the event buffer at the field's offset, field 0 taking
+// the time stamp; slots are not cleared first. The caller holds the provider's mutex.
+void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us);
+
 }  // namespace ipmitool
 }  // namespace vtr
 

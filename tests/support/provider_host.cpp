@@ -13,8 +13,10 @@
 namespace vtr {
 namespace test {
 
+// Like a host, the test keeps the library loaded until the process ends: exit handlers the
+// library registered (the logger's) may run only then, and sanitizers run them at exit too.
 ProviderLibrary::ProviderLibrary() {
-  handle_ = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+  handle_ = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (handle_ == nullptr) error_ = dlerror();
 }
 

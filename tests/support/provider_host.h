@@ -13,7 +13,7 @@
 namespace vtr {
 namespace test {
 
-// The built provider library, loaded with dlopen as a host loads it; unloaded at the end.
+// The built provider library, loaded with dlopen as a host loads it and kept until exit.
 class ProviderLibrary {
  public:
   ProviderLibrary();
