@@ -4,7 +4,14 @@
  * Ownership: a value returned by a parse or init function is a root owned by the caller and is
  * freed with json_value_free (the whole subtree). Values returned by get functions are borrowed.
  * json_object_set_value and json_array_append_value take ownership only on success.
- * Serialised strings are freed with json_free_serialized_string. */
+ * Serialised strings are freed with json_free_serialized_string. Typed setters and appenders
+ * (json_object_set_string, json_array_append_number, ...) free the value they made when they
+ * fail. A borrowed value stays valid until its entry is replaced or removed or its root freed.
+ *
+ * Numbers are read and written with '.' as decimal point whatever the process locale is. A value
+ * may sit inside at most 2048 containers: deeper text does not parse, and a tree built deeper
+ * cannot be serialised, copied or validated (those calls fail). json_set_escape_slashes is a
+ * process-wide setting. */
 #ifndef PARSON_H
 #define PARSON_H
 
