@@ -166,7 +166,7 @@ vtr_custom_options* vtr_dict_create(void) {
 }
 
 int vtr_dict_add(vtr_custom_options* dict, const char* key, const char* value) {
-  if (dict == nullptr) return 0;
+  if (dict == nullptr || key == nullptr) return 0;
   MallocPtr<char> key_copy(strdup(key));
   MallocPtr<char> value_copy(value != nullptr ? strdup(value) : nullptr);
   if (!key_copy || (value != nullptr && !value_copy)) return 0;
@@ -174,7 +174,7 @@ int vtr_dict_add(vtr_custom_options* dict, const char* key, const char* value) {
 }
 
 const char* vtr_dict_get(const vtr_custom_options* dict, const char* key) {
-  if (dict == nullptr) return nullptr;
+  if (dict == nullptr || key == nullptr) return nullptr;
   const StringTable& table = *dict->table;
   if (table.n_buckets == 0) return nullptr;
   const uint32_t i = find_bucket(table, key);

@@ -50,6 +50,10 @@ TEST(Dictionary, NullHandleAndEmptyTableFindNothing) {
   EXPECT_EQ(vtr_dict_get(empty.get(), "a"), nullptr);
   EXPECT_EQ(vtr_dict_get(empty.get(), ""), nullptr);
   EXPECT_TRUE(entries_of(empty.get()).empty());
+
+  const Dict dict = make_dict({{"a", "1"}});
+  EXPECT_EQ(vtr_dict_add(dict.get(), nullptr, "1"), 0);
+  EXPECT_EQ(vtr_dict_get(dict.get(), nullptr), nullptr);
 }
 
 TEST(Dictionary, AddingAKeyAgainReplacesItsValue) {
