@@ -124,8 +124,7 @@ bool take_sample(provider_t* provider, SensorSample& sample) {
   try {
     return provider->collector->getSensorsData(sample);
   } catch (const std::exception& error) {
-    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Reading the sensors failed: %s",
-                         kPass, error.what());
+    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Reading the sensors failed: %s", kPass, error.what());
   }
   sample.clear();
   return false;
