@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "collector/collector_config.h"
-#include "log_recorder.h"
+#include "support/log_capture.h"
 
 namespace vtr {
 namespace ipmitool {

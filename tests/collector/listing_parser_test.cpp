@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "collector/ipmitool_collector.h"
-#include "log_recorder.h"
+#include "support/log_capture.h"
 
 namespace vtr {
 namespace ipmitool {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "collector/ipmitool_collector.h"
-#include "log_recorder.h"
+#include "support/log_capture.h"
 #include "support/fake_ipmitool.h"
 
 namespace vtr {

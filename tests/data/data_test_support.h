@@ -8,7 +8,7 @@
 #include "src/data/schema.h"
 #include "src/data/schema_id.h"
 #include "src/data/type_system.h"
-#include "tests/runtime/log_capture.h"
+#include "support/log_capture.h"
 
 namespace data_test {
 

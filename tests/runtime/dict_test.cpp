@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -145,13 +145,13 @@ TEST(Dictionary, DuplicateIsIndependentOfItsOriginal) {
 
 TEST(Dictionary, DumpWritesTheNameThenOneLinePerEntry) {
   const Dict dict = make_dict({{"sudo", "1"}});
-  vtr_test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::capture_log(VTR_LOG_DEBUG);
   vtr_dict_dump(dict.get(), "options");
 
-  ASSERT_EQ(vtr_test::captured_lines().size(), 2u);
-  EXPECT_EQ(vtr_test::captured_lines()[0].text, "options map values: ");
-  EXPECT_EQ(vtr_test::captured_lines()[1].text, "key=sudo  val=1");
-  EXPECT_EQ(vtr_test::captured_lines()[1].priority, VTR_LOG_DEBUG);
+  ASSERT_EQ(vtr::test::captured_lines().size(), 2u);
+  EXPECT_EQ(vtr::test::captured_lines()[0].text, "options map values: ");
+  EXPECT_EQ(vtr::test::captured_lines()[1].text, "key=sudo  val=1");
+  EXPECT_EQ(vtr::test::captured_lines()[1].priority, VTR_LOG_DEBUG);
 }
 
 }  // namespace

@@ -6,12 +6,12 @@
 #include <ostream>
 #include <string>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 
 namespace {
 
-using vtr_test::captured;
-using vtr_test::captured_lines;
+using vtr::test::captured;
+using vtr::test::captured_lines;
 
 struct EnvCase {
   const char* name;
@@ -40,7 +40,7 @@ TEST_P(EnvironmentLookup, PrefixedFormWinsAndEveryOutcomeIsLogged) {
   const EnvCase& c = GetParam();
   set_or_unset(std::string("VTR_") + c.name, c.prefixed);
   set_or_unset(c.name, c.bare);
-  vtr_test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::capture_log(VTR_LOG_DEBUG);
 
   const char* value = vtr_getenv(c.key);
 
@@ -49,7 +49,7 @@ TEST_P(EnvironmentLookup, PrefixedFormWinsAndEveryOutcomeIsLogged) {
   else
     EXPECT_STREQ(value, c.result);
   EXPECT_TRUE(captured(c.debug));
-  EXPECT_EQ(vtr_test::captured_containing("conflict"), c.warning != nullptr);
+  EXPECT_EQ(vtr::test::captured_containing("conflict"), c.warning != nullptr);
   if (c.warning != nullptr) {
     EXPECT_TRUE(captured(c.warning));
     EXPECT_EQ(captured_lines().front().priority, VTR_LOG_WARNING);
@@ -78,7 +78,7 @@ TEST(EnvironmentLookup, NullKeyHasNoValue) { EXPECT_EQ(vtr_getenv(nullptr), null
 TEST(EnvironmentLookup, LogLevelKeyIsReadWithoutAnyMessage) {
   setenv("VTR_API_LOG_LEVEL", "7", 1);
   setenv("API_LOG_LEVEL", "3", 1);
-  vtr_test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::capture_log(VTR_LOG_DEBUG);
 
   EXPECT_STREQ(vtr_getenv("VTR_API_LOG_LEVEL"), "7");
   EXPECT_TRUE(captured_lines().empty());

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 #include "runtime/field_set.h"
 #include "runtime/field_set_api.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
-using vtr_test::captured;
+using vtr::test::captured;
 
 void writeFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
@@ -27,8 +27,8 @@ vtr::ProviderFieldSet setFromLines(const Lines& lines) {
 }
 
 TEST(FieldSetFile, CommentsAndBlankLinesOnlyLoadNothing) {
-  vtr_test::capture_log(VTR_LOG_DEBUG);
-  vtr_test::ScratchFile file;
+  vtr::test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::ScratchFile file;
   writeFile(file.path(), "# nothing here\n\n   \t\n  # indented comment\n");
   vtr::ProviderFieldSet set;
   EXPECT_FALSE(set.loadFromFile(file.path()));
@@ -54,7 +54,7 @@ TEST(FieldSetFile, NameIsTheFileStemAndCarriageReturnsAreTrimmed) {
 }
 
 TEST(FieldSetFile, MissingOrUnnamedFilesAreReported) {
-  vtr_test::capture_log(VTR_LOG_ERR);
+  vtr::test::capture_log(VTR_LOG_ERR);
   vtr::ProviderFieldSet set;
   EXPECT_FALSE(set.loadFromFile(""));
   EXPECT_FALSE(set.loadFromFile("/nonexistent/x.fset"));
@@ -122,14 +122,14 @@ TEST(FieldSetFile, TypePatternsTakeOnlyAFinalWildcard) {
 }
 
 TEST(FieldSetFile, ConfigurationIsPrintedAtInfoLevel) {
-  vtr_test::capture_log(VTR_LOG_INFO);
+  vtr::test::capture_log(VTR_LOG_INFO);
   setFromLines({"[b]", "x", "y", "[a]"}).printConfiguration();
   const std::vector<std::string> expected = {
       "[printConfiguration] '' configuration:", "[printConfiguration]  Initialized: yes",
       "[printConfiguration]  Type pattern: [a]", "[printConfiguration]  Type pattern: [b]",
       "[printConfiguration]    x",                "[printConfiguration]    y"};
   std::vector<std::string> printed;
-  for (const auto& line : vtr_test::captured_lines()) {
+  for (const auto& line : vtr::test::captured_lines()) {
     EXPECT_EQ(line.priority, VTR_LOG_INFO);
     printed.push_back(line.text);
   }
@@ -156,7 +156,7 @@ TEST(FieldSetPlainFunctions, LinesAreParsedSkippingNullEntries) {
 
 // A broken field set keeps every type but drops every field.
 TEST(FieldSetPlainFunctions, FailedChecksGiveTheDocumentedSense) {
-  vtr_test::capture_log(VTR_LOG_ERR);
+  vtr::test::capture_log(VTR_LOG_ERR);
   vtr_provider_field_set_t empty{nullptr};
   vtr_provider_field_set_t* handle = vtr_provider_field_set_create();
   const char* lines[] = {"[a]"};
@@ -189,7 +189,7 @@ TEST(FieldSetPlainFunctions, FailedChecksGiveTheDocumentedSense) {
        "[vtr_provider_field_set_get_name] field_set is empty"},
   };
   for (const Case& c : cases) {
-    vtr_test::captured_lines().clear();
+    vtr::test::captured_lines().clear();
     EXPECT_EQ(c.call(), c.result) << c.message;
     EXPECT_TRUE(captured(c.message)) << c.message;
   }

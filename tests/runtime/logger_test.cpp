@@ -11,16 +11,16 @@
 #include <thread>
 #include <vector>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 #include "runtime/clock.h"
 #include "runtime/rate_limit.h"
 
 namespace {
 
-using vtr_test::captured;
-using vtr_test::captured_lines;
-using vtr_test::capture_log;
-using vtr_test::ScratchFile;
+using vtr::test::captured;
+using vtr::test::captured_lines;
+using vtr::test::capture_log;
+using vtr::test::ScratchFile;
 
 using LoggerCtx = std::unique_ptr<vtr_logger_ctx_t, decltype(&vtr_destroy_logger_ctx)>;
 LoggerCtx snapshot() { return LoggerCtx(vtr_get_logger_ctx(), &vtr_destroy_logger_ctx); }
@@ -81,7 +81,7 @@ TEST_P(LogLevelFromEnvironment, AdmitsExactlyThePrioritiesUpToTheLevel) {
     EXPECT_EQ(captured("message at " + std::to_string(priority)), GetParam().level >= uint32_t(priority))
         << "priority " << priority;
   // Reading the level itself never logs, not even the conflict of its two forms.
-  EXPECT_FALSE(vtr_test::captured_containing("API_LOG_LEVEL"));
+  EXPECT_FALSE(vtr::test::captured_containing("API_LOG_LEVEL"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, LogLevelFromEnvironment,
@@ -258,10 +258,10 @@ TEST(LoggerRegistration, OwnContextChangesNothingAndKeepsTheLoggerConfigurable) 
 TEST(LoggerRegistration, NullContextIsRefused) { EXPECT_EQ(vtr_register_logger(nullptr), 0); }
 
 TEST(LoggerRegistration, HostFunctionReceivesLinesAndLoggerCannotBeReconfigured) {
-  vtr_test::captured_lines().clear();
+  vtr::test::captured_lines().clear();
   vtr_logger_ctx_t host = {};
   host.type = VTR_LOGGER_FUNC;
-  host.log_func = vtr_test::capture_log_line;
+  host.log_func = vtr::test::capture_log_line;
   host.level = VTR_LOG_DEBUG;
 
   ASSERT_EQ(vtr_register_logger(&host), 1);

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 #include "runtime/lexical_cast_bool.h"
 #include "runtime/plugin_options.h"
 
@@ -124,10 +124,10 @@ TEST(PluginOption, DictionaryWinsEvenWhenItsTextDoesNotConvert) {
 TEST(PluginOption, PrefixedVariableWinsOverBareOneWithAWarning) {
   setenv("VTR_OPT_SUDO", "1", 1);
   setenv("OPT_SUDO", "0", 1);
-  vtr_test::capture_log(VTR_LOG_WARNING);
+  vtr::test::capture_log(VTR_LOG_WARNING);
 
   EXPECT_TRUE(get_configuration_option<bool>(nullptr, "opt-sudo", false, "VTR_"));
-  EXPECT_TRUE(vtr_test::captured(
+  EXPECT_TRUE(vtr::test::captured(
       "[vtr_getenv] Environment variables conflict - VTR_OPT_SUDO=1 and OPT_SUDO=0. Using VTR_OPT_SUDO"));
 }
 
