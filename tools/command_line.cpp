@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <climits>
-#include <cstdlib>
 
 namespace vtr {
 namespace host {

@@ -106,6 +106,8 @@ struct DiscreteSwitch {
   bool discretePublished;
 };
 
+void PrintTo(const DiscreteSwitch& row, std::ostream* out) { *out << row.name; }
+
 class ProviderOptionsReachTheProvider : public ::testing::TestWithParam<DiscreteSwitch> {};
 
 TEST_P(ProviderOptionsReachTheProvider, DiscreteSensorsFollowTheSwitch) {

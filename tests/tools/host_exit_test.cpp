@@ -28,6 +28,9 @@ struct BadInput {
   const char* reported;           // part of the one stderr line
 };
 
+// Names the row in test listings instead of dumping its bytes.
+void PrintTo(const BadInput& row, std::ostream* out) { *out << row.name; }
+
 class HostRefusesBadInput : public ::testing::TestWithParam<BadInput> {};
 
 TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
