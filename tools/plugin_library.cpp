@@ -12,7 +12,9 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     throw HostError("plug-in not found: " + path);
   }
   // RTLD_LOCAL keeps the plug-in's runtime symbols from answering anyone else's lookups.
-  handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // RTLD_NODELETE keeps its code mapped after dlclose: a plug-in may leave exit handlers
+  // behind (the runtime's logger does), and some interceptors run those only at process exit.
+  handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (!handle_) {
     const char* reason = dlerror();
     throw HostError("cannot load plug-in " + path + ": " + (reason ? reason : "unknown error"));
