@@ -68,7 +68,7 @@ int classifyStatus(int status) {
 }  // namespace
 
 int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& output) const {
-  if (stopRequested) {
+  if (stopIsRequested()) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Stop flag asserted - skipping command execution");
     return -1;
   }
@@ -84,7 +84,7 @@ int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& outp
   std::string collected = readWholeOutput(pipe.stream());
   const int status = pipe.close();
   // A stop that came while the tool ran makes its output worthless.
-  if (stopRequested) return -1;
+  if (stopIsRequested()) return -1;
 
   const int result = classifyStatus(status);
   output = std::move(collected);

@@ -26,7 +26,7 @@ void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(
     std::unordered_map<std::string, std::string>& discrete_sensors_data) {
   std::string output;
   const int result = runCommandAndCheck(kDiscreteStatesCommand, output);
-  if (stopRequested) return;
+  if (stopIsRequested()) return;
   // Also the case of a machine without discrete sensors: grep then exits 1.
   if (result != 0) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);

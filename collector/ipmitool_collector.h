@@ -67,6 +67,8 @@ class IpmitoolCollector {
 
   // Sample assembly and value rules.
   bool getSensorsData(SensorSample& out);
+  // The text half of getSensorsData: the schema fields' values of a listing already read.
+  void assembleSample(const SensorListing& listing, SensorSample& out) const;
   bool toAddSensorData(const SensorRecord& record) const;
   void parseFieldValue(const std::string& label, std::string& value) const;
   bool isValidValue(const std::string& value) const;
@@ -76,6 +78,12 @@ class IpmitoolCollector {
   const CollectorConfig& config() const { return config_; }
 
  private:
+  // The stop flag is written by the provider's thread; read it as an acquire load.
+  bool stopIsRequested() const { return __atomic_load_n(&stopRequested, __ATOMIC_ACQUIRE); }
+  // Runs the verbose listing; false (after its error line) when it yields nothing, and
+  // false silently once a stop is requested.
+  bool readListing(SensorListing& listing);
+
   CollectorConfig config_;
   const volatile bool& stopRequested;
   bool schemaCreated = false;

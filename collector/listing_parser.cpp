@@ -29,7 +29,7 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
   std::unordered_map<std::string, std::string> discrete_sensors_data;
   if (config_.includeDiscreteSensors) {
     getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
-    if (stopRequested) return;
+    if (stopIsRequested()) return;
     if (discrete_sensors_data.empty()) {
       vtr_log(VTR_LOG_ERR,
               "[ipmitool collector] No numeric data found for discrete sensors for field 'States Asserted'.");
@@ -42,7 +42,7 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
 
   std::string output;
   const int result = runCommandAndCheck("ipmitool sensor -v", output);
-  if (stopRequested) return;
+  if (stopIsRequested()) return;
   if (result != 0) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
     return;

@@ -7,19 +7,28 @@
 namespace vtr {
 namespace ipmitool {
 
-bool IpmitoolCollector::getSensorsData(SensorSample& out) {
-  SensorListing listing;
+bool IpmitoolCollector::readListing(SensorListing& listing) {
   getIpmitoolSensorData(listing);
-  if (stopRequested) return false;
+  if (stopIsRequested()) return false;
   if (listing.empty()) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
     return false;
   }
+  return true;
+}
+
+bool IpmitoolCollector::getSensorsData(SensorSample& out) {
+  SensorListing listing;
+  if (!readListing(listing)) return false;
   if (!schemaCreated) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
     return false;
   }
+  assembleSample(listing, out);
+  return true;
+}
 
+void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSample& out) const {
   std::string fieldName;
   for (const SensorRecord& record : listing) {
     const CollectorSensorType kind = getSensorType(record);
@@ -55,7 +64,6 @@ bool IpmitoolCollector::getSensorsData(SensorSample& out) {
       }
     }
   }
-  return true;
 }
 
 }  // namespace ipmitool

@@ -16,12 +16,7 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
     return false;
   }
   SensorListing listing;
-  getIpmitoolSensorData(listing);
-  if (stopRequested) return false;
-  if (listing.empty()) {
-    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
-    return false;
-  }
+  if (!readListing(listing)) return false;
   createSensorsIdsMap(listing);
 
   std::string description;
