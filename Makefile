@@ -7,9 +7,7 @@ CONFIGURE = cmake -S . -DCMAKE_BUILD_TYPE=RelWithDebInfo
 all: build
 
 build:
-	scripts/install-deps
-	$(CONFIGURE) -B build
-	cmake --build build -j $(JOBS)
+	scripts/build
 
 test:
 	./test.sh

@@ -3,10 +3,7 @@
 # and prints three events that the provider sampled from it, one JSON line each.
 set -euo pipefail
 cd "$(dirname "$0")"
-scripts/install-deps
-jobs=$(nproc)
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
-cmake --build build -j "$jobs"
+scripts/build "$@"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vtr-demo.XXXXXX")
 sim_pid=
