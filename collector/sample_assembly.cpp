@@ -36,13 +36,18 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
     if (name.empty()) continue;
 
     for (const auto& [label, rawValue] : record) {
+      // An unselected label is skipped whether or not its name is a schema field; its name
+      // is built only when the debug line that reports it can be written. This keeps a
+      // pass from building a dozen names per sensor that nobody reads.
+      const bool selected = toAddSensorField(label, kind);
+      if (!selected && !vtr_log_enabled(VTR_LOG_DEBUG)) continue;
       getFieldNameInSchema(name, label, fieldName);
       const auto schemaField = schemaFieldTypes.find(fieldName);
       if (schemaField == schemaFieldTypes.end()) {
         vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Field '%s' not found in schema.", fieldName.c_str());
         continue;
       }
-      if (!toAddSensorField(label, kind)) continue;
+      if (!selected) continue;
 
       std::string value = rawValue;
       parseFieldValue(label, value);
