@@ -49,7 +49,7 @@ fuzz:
 	scripts/install-deps --with fuzz
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVTR_BUILD_FUZZ=ON \
 	  -DVTR_BUILD_TESTS=OFF -DVTR_BUILD_TOOLS=OFF -DVTR_BUILD_BENCH=OFF
-	cmake --build build-fuzz -j $(JOBS)
+	cmake --build build-fuzz --target vtr_fuzz -j $(JOBS)
 	fuzz/run-all build-fuzz/fuzz $(FUZZ_SECONDS)
 
 clean:
