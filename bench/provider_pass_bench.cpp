@@ -12,8 +12,8 @@
 #include "provider/provider_state.h"
 #include "provider/sampling_thread.h"
 #include "runtime/clock.h"
-#include "runtime/data_serializer.h"
 #include "runtime/dict.h"
+#include "src/data/data_serializer.h"
 #include "support/fake_ipmitool.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 
 namespace {
 

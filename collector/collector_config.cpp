@@ -2,15 +2,13 @@
 
 #include <sstream>
 
+#include "collector/listing_labels.h"
 #include "runtime/logger.h"
 
 namespace vtr {
 namespace ipmitool {
 
 namespace {
-
-constexpr const char* kStatesAsserted = "States Asserted";
-constexpr const char* kSensorReading = "Sensor Reading";
 
 // Turning a label on is refused while its sensor kind is off; labels are never added.
 void includeField(std::map<std::string, bool>& fields, bool kindIncluded, const std::string& label,
@@ -47,9 +45,10 @@ CollectorConfig::CollectorConfig(bool include_discrete, bool include_continuous,
       includeContinuousSensors(include_continuous),
       includeEmptyFields(include_empty_fields),
       statesAssertedAsText(false),
-      discreteFields{{kStatesAsserted, include_discrete}},
-      continuousFields{{kSensorReading, include_continuous}},
-      fieldDefaultTypes{{kStatesAsserted, CollectorFieldType::Uint16}, {kSensorReading, CollectorFieldType::Double}},
+      discreteFields{{kStatesAssertedLabel, include_discrete}},
+      continuousFields{{kSensorReadingLabel, include_continuous}},
+      fieldDefaultTypes{{kStatesAssertedLabel, CollectorFieldType::Uint16},
+                        {kSensorReadingLabel, CollectorFieldType::Double}},
       invalidValues{"Unable to read sensor: Device Not Present", "na", "Unspecified"} {
   if (invalid_values.empty()) return;
   // Pieces are taken as they stand: no trimming, an empty piece counts, a trailing comma adds nothing.

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "collector/text_scan.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
@@ -99,16 +100,16 @@ void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
 void IpmitoolCollector::updateDiscreteSensorData(const std::unordered_map<std::string, std::string>& discrete_sensors_data,
                                                  const std::string& sensorName, SensorRecord& record) const {
   if (!config_.includeDiscreteSensors || getSensorType(record) != Discrete) return;
-  if (record.count("States Asserted") != 0 || config_.statesAssertedAsText) return;
+  if (record.count(kStatesAssertedLabel) != 0 || config_.statesAssertedAsText) return;
   const auto entry = discrete_sensors_data.find(sensorName);
   if (entry == discrete_sensors_data.end()) return;
 
   std::string states = entry->second;
   if (isValidValue(states)) {
-    record["States Asserted"] = states;
+    record[kStatesAssertedLabel] = states;
   } else {
     // The empty text of an "na" sensor goes this way, where an empty field gets its default.
-    handleInvalidSensorValue(sensorName, "States Asserted", states, record);
+    handleInvalidSensorValue(sensorName, kStatesAssertedLabel, states, record);
   }
 }
 

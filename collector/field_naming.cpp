@@ -2,6 +2,7 @@
 #include <string>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "collector/text_scan.h"
 
 namespace vtr {
@@ -57,7 +58,7 @@ void IpmitoolCollector::removeSpaces(std::string& text) {
 }
 
 bool IpmitoolCollector::isValidKey(const std::string& key) {
-  return !key.empty() && key != "Unable to read sensor";
+  return !key.empty() && key != kUnableToReadLabel;
 }
 
 void IpmitoolCollector::convertToSnakeCase(std::string& text) {
@@ -71,7 +72,7 @@ void IpmitoolCollector::convertToSnakeCase(std::string& text) {
 void IpmitoolCollector::getFieldNameInSchema(const std::string& sensorName, const std::string& label,
                                              std::string& out) const {
   // The sensor's main value carries the sensor's own name.
-  if (label == "States Asserted" || label == "Sensor Reading") {
+  if (label == kStatesAssertedLabel || label == kSensorReadingLabel) {
     out = sensorName;
     return;
   }
@@ -88,23 +89,23 @@ CollectorFieldType IpmitoolCollector::getFieldType(std::string value, CollectorS
 }
 
 CollectorSensorType IpmitoolCollector::getSensorType(const SensorRecord& record) {
-  if (record.count("Sensor Type (Discrete)") != 0) return Discrete;
-  if (record.count("Sensor Type (Threshold)") != 0) return Threshold;
+  if (record.count(kDiscreteTypeLabel) != 0) return Discrete;
+  if (record.count(kThresholdTypeLabel) != 0) return Threshold;
   return Unknown;
 }
 
 void IpmitoolCollector::getSensorDescription(const SensorRecord& record, CollectorSensorType kind,
                                              std::string& out) {
   // Required labels: a record without them throws std::out_of_range.
-  out = record.at("Sensor ID");
+  out = record.at(kSensorIdLabel);
   out += ' ';
-  out += record.at("Entity ID");
+  out += record.at(kEntityIdLabel);
   if (kind == Discrete) {
     out += ' ';
-    out += record.at("Sensor Type (Discrete)");
+    out += record.at(kDiscreteTypeLabel);
   } else if (kind == Threshold) {
     out += ' ';
-    out += record.at("Sensor Type (Threshold)");
+    out += record.at(kThresholdTypeLabel);
   }
 }
 

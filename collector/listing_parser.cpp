@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "collector/text_scan.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
@@ -12,9 +13,6 @@ namespace vtr {
 namespace ipmitool {
 
 namespace {
-
-constexpr std::string_view kSensorIdLabel = "Sensor ID";
-constexpr const char* kStatesAsserted = "States Asserted";
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
@@ -82,7 +80,7 @@ void IpmitoolCollector::parseSensorListing(const std::string& output,
       // A bracketed continuation of the states text, e.g. "[Device Present]".
       const bool bracketed = line.find('[') != std::string_view::npos && line.find(']') != std::string_view::npos;
       if (bracketed && afterStatesAsserted && config_.statesAssertedAsText) {
-        std::string& states = record[kStatesAsserted];
+        std::string& states = record[kStatesAssertedLabel];
         states += ' ';
         states += trimBlanks(line);
       }
@@ -95,8 +93,8 @@ void IpmitoolCollector::parseSensorListing(const std::string& output,
 
     if (numericStates) {
       // The tool prints this line instead of the states of a sensor it cannot read.
-      if (label == "Unable to read sensor") label = kStatesAsserted;
-      if (label == kStatesAsserted) {
+      if (label == kUnableToReadLabel) label = kStatesAssertedLabel;
+      if (label == kStatesAssertedLabel) {
         const auto states = discrete_sensors_data.find(sensorName);
         if (states == discrete_sensors_data.end()) {
           vtr_log_rate_limited(VTR_LOG_DEBUG,
@@ -119,7 +117,7 @@ void IpmitoolCollector::parseSensorListing(const std::string& output,
     } else {
       handleInvalidSensorValue(sensorName, label, value, record);
     }
-    afterStatesAsserted = label == kStatesAsserted;
+    afterStatesAsserted = label == kStatesAssertedLabel;
   });
   finishRecord();
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "runtime/logger.h"
 
 namespace vtr {
@@ -49,7 +50,7 @@ void IpmitoolCollector::createSensorsIdsMap(const SensorListing& listing) {
   std::unordered_map<std::string, uint32_t> nameCounts;
   std::unordered_map<std::string, std::string> namesById;
   for (const SensorRecord& record : listing) {
-    const std::string& id = record.at("Sensor ID");
+    const std::string& id = record.at(kSensorIdLabel);
     std::string name;
     getSensorName(id, name);
     ++nameCounts[name];
@@ -81,7 +82,7 @@ void IpmitoolCollector::createSensorsIdsMap(const SensorListing& listing) {
 }
 
 std::string IpmitoolCollector::getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const {
-  const auto id = record.find("Sensor ID");
+  const auto id = record.find(kSensorIdLabel);
   if (id == record.end()) return "";
   const auto saved = sensorsIdsMap.find(id->second);
   return saved == sensorsIdsMap.end() ? "" : saved->second;

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
 
@@ -53,11 +54,11 @@ void cleanStatesText(std::string& value) {
 }  // namespace
 
 bool IpmitoolCollector::toAddSensorData(const SensorRecord& record) const {
-  if (record.count("Sensor ID") == 0) {
+  if (record.count(kSensorIdLabel) == 0) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Sensor ID not found in sensor data. Skipping sensor.");
     return false;
   }
-  if (record.count("Entity ID") == 0) {
+  if (record.count(kEntityIdLabel) == 0) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Entity ID not found in sensor data. Skipping sensor.");
     return false;
   }
@@ -85,9 +86,9 @@ bool IpmitoolCollector::toAddSensorData(const SensorRecord& record) const {
 }
 
 void IpmitoolCollector::parseFieldValue(const std::string& label, std::string& value) const {
-  if (label == "Sensor Reading") {
+  if (label == kSensorReadingLabel) {
     cleanSensorReading(value);
-  } else if (label == "States Asserted" && config_.statesAssertedAsText) {
+  } else if (label == kStatesAssertedLabel && config_.statesAssertedAsText) {
     cleanStatesText(value);
   }
 }
@@ -115,7 +116,7 @@ void IpmitoolCollector::handleInvalidSensorValue(const std::string& sensorName, 
     return;
   }
   // Keeps the sensor recognisable as discrete even when its type text is unusable.
-  if (label == "Sensor Type (Discrete)" && config_.includeDiscreteSensors) {
+  if (label == kDiscreteTypeLabel && config_.includeDiscreteSensors) {
     vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool collector] The type for discrete sensor '%s' is unknown.",
                          sensorName.c_str());
     record[label] = value;

@@ -24,9 +24,11 @@ const vtr_type_field_info_t timestamp_field_info = {kTimestampFieldName, kTimest
 
 namespace {
 
-void fill_provider_record(provider_t& provider) {
+// Starts from the state a fresh load has, so that a host which destroyed the provider can
+// construct it again in the same process: no stop request, no thread, nothing pending.
+void reset_provider(provider_t& provider) {
+  provider = provider_t{};
   vtr_event_provider_t& record = provider.record;
-  record = vtr_event_provider_t{};
   record.version = kProviderVersion;
   record.name = kProviderName;
   record.description = kProviderDescription;
@@ -37,9 +39,6 @@ void fill_provider_record(provider_t& provider) {
   record.destroy = ipmitool_provider_destroy;
   record.get_sources = ipmitool_provider_get_sources;
   record.fill_record = ipmitool_provider_fill_record;
-  record.reserved2 = 0;
-  provider.type_id = kNoTypeId;
-  provider.mutex = PTHREAD_MUTEX_INITIALIZER;
 }
 
 }  // namespace
@@ -51,7 +50,7 @@ using vtr::ipmitool::provider_t;
 
 vtr_event_provider_t* construct_event_provider(vtr_custom_options* options) {
   provider_t& provider = vtr::ipmitool::static_provider;
-  vtr::ipmitool::fill_provider_record(provider);
+  vtr::ipmitool::reset_provider(provider);
   try {
     vtr::ipmitool::read_provider_options(provider, options);
   } catch (const std::exception& error) {

@@ -4,11 +4,11 @@
 #include <stdbool.h>
 #include <stdint.h>
 
-#include "runtime/data_serializer.h"
 #include "runtime/dict.h"
 #include "runtime/logger.h"
 #include "runtime/source.h"
 #include "runtime/vtr_export.h"
+#include "src/data/data_serializer.h"
 #include "src/data/schema.h"
 
 VTR_EXTERN_C_BEGIN

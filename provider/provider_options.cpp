@@ -1,4 +1,5 @@
 #include <string>
+#include <variant>
 
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
@@ -12,49 +13,76 @@ namespace {
 // The options are read while the entry point runs; their lines carry its name.
 constexpr const char* kReader = "construct_event_provider";
 constexpr const char* kEnvironmentPrefix = "VTR_";
-// Longer command time limits are allowed but advised against.
-constexpr unsigned int kCommandTimeoutAdviceMinutes = 5;
-constexpr unsigned int kCommandTimeoutAdviceSec = kCommandTimeoutAdviceMinutes * 60 - 1;
+
+// The three kinds of option value: each knows its default, where the provider keeps it and
+// how its info line prints it.
+struct Flag {
+  bool default_value;
+  bool provider_t::*stored_in;
+};
+
+struct Seconds {
+  unsigned int default_value;
+  unsigned int provider_t::*stored_in;
+  // Longer values are allowed but advised against with a warning; 0: no advice.
+  unsigned int advised_minutes = 0;
+};
+
+struct Text {
+  const char* default_value;
+  std::string provider_t::*stored_in;
+};
+
+struct ProviderOption {
+  const char* key;
+  std::variant<Flag, Seconds, Text> value;
+};
+
+// Every option of the provider, in the order they are read and logged.
+const ProviderOption kProviderOptions[] = {
+    {"ipmitool-include-discrete-sensors", Flag{false, &provider_t::include_discrete_sensors}},
+    {"ipmitool-include-continuous-sensors", Flag{true, &provider_t::include_continuous_sensors}},
+    {"ipmitool-command-timeout", Seconds{30, &provider_t::command_timeout, 5}},
+    {"ipmitool-use-sudo", Flag{false, &provider_t::use_sudo}},
+    {"ipmitool-include-empty-fields", Flag{false, &provider_t::include_empty_fields}},
+    {"ipmitool-sample-interval-sec", Seconds{30, &provider_t::sample_interval_sec}},
+    {"ipmitool-invalid-sensor-values", Text{"", &provider_t::invalid_sensor_values}},
+};
 
 template <typename T>
 T lookup(const vtr_custom_options* options, const char* key, const T& default_value) {
   return vtr::plugin::get_configuration_option<T>(options, key, default_value, kEnvironmentPrefix);
 }
 
-bool read_flag(const vtr_custom_options* options, const char* key, bool default_value) {
-  const bool value = lookup(options, key, default_value);
-  vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, vtr::boolean_to_string(value));
-  return value;
-}
+// Reads one option into the provider and logs the value it took.
+struct OptionReader {
+  provider_t& provider;
+  const vtr_custom_options* options;
+  const char* key;
 
-unsigned int read_seconds(const vtr_custom_options* options, const char* key, unsigned int default_value) {
-  const unsigned int value = lookup(options, key, default_value);
-  vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%u'.", kReader, key, value);
-  return value;
-}
+  void operator()(const Flag& flag) const {
+    const bool value = provider.*flag.stored_in = lookup(options, key, flag.default_value);
+    vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, vtr::boolean_to_string(value));
+  }
 
-std::string read_text(const vtr_custom_options* options, const char* key, const std::string& default_value) {
-  std::string value = lookup(options, key, default_value);
-  vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, value.c_str());
-  return value;
-}
+  void operator()(const Seconds& seconds) const {
+    const unsigned int value = provider.*seconds.stored_in = lookup(options, key, seconds.default_value);
+    vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%u'.", kReader, key, value);
+    if (seconds.advised_minutes != 0 && value >= seconds.advised_minutes * 60)
+      vtr_log(VTR_LOG_WARNING, "[ipmitool] [%s] '%s' exceeds %u minutes.", kReader, key, seconds.advised_minutes);
+  }
+
+  void operator()(const Text& text) const {
+    const std::string& value = provider.*text.stored_in = lookup(options, key, std::string(text.default_value));
+    vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, value.c_str());
+  }
+};
 
 }  // namespace
 
 void read_provider_options(provider_t& provider, const vtr_custom_options* options) {
-  provider.include_discrete_sensors =
-      read_flag(options, "ipmitool-include-discrete-sensors", kDefaultIncludeDiscreteSensors);
-  provider.include_continuous_sensors =
-      read_flag(options, "ipmitool-include-continuous-sensors", kDefaultIncludeContinuousSensors);
-  provider.command_timeout = read_seconds(options, "ipmitool-command-timeout", kDefaultCommandTimeoutSec);
-  if (provider.command_timeout > kCommandTimeoutAdviceSec) {
-    vtr_log(VTR_LOG_WARNING, "[ipmitool] [%s] 'ipmitool-command-timeout' exceeds %u minutes.", kReader,
-            kCommandTimeoutAdviceMinutes);
-  }
-  provider.use_sudo = read_flag(options, "ipmitool-use-sudo", kDefaultUseSudo);
-  provider.include_empty_fields = read_flag(options, "ipmitool-include-empty-fields", kDefaultIncludeEmptyFields);
-  provider.sample_interval_sec = read_seconds(options, "ipmitool-sample-interval-sec", kDefaultSampleIntervalSec);
-  provider.invalid_sensor_values = read_text(options, "ipmitool-invalid-sensor-values", std::string());
+  for (const ProviderOption& option : kProviderOptions)
+    std::visit(OptionReader{provider, options, option.key}, option.value);
 }
 
 }  // namespace ipmitool

@@ -23,13 +23,6 @@ constexpr const char* kEventTypeName = "ipmitool_event";
 // Type index meaning "no event type registered yet".
 constexpr uint8_t kNoTypeId = 255;
 
-constexpr bool kDefaultIncludeDiscreteSensors = false;
-constexpr bool kDefaultIncludeContinuousSensors = true;
-constexpr unsigned int kDefaultCommandTimeoutSec = 30;
-constexpr bool kDefaultUseSudo = false;
-constexpr bool kDefaultIncludeEmptyFields = false;
-constexpr unsigned int kDefaultSampleIntervalSec = 30;
-
 // The provider's whole state. The host-facing record comes first, so every callback gets the
 // state back from the record pointer the host passes in. Heap members are owned here and
 // released by the destroy callback; the destructor frees only the option string.
@@ -49,12 +42,13 @@ struct provider_t {
   // request_stop()/stop_was_requested() so both sides see one atomic access.
   volatile bool stop_requested = false;
 
-  bool include_discrete_sensors = kDefaultIncludeDiscreteSensors;
-  bool include_continuous_sensors = kDefaultIncludeContinuousSensors;
-  unsigned int command_timeout = kDefaultCommandTimeoutSec;
-  bool use_sudo = kDefaultUseSudo;
-  bool include_empty_fields = kDefaultIncludeEmptyFields;
-  unsigned int sample_interval_sec = kDefaultSampleIntervalSec;
+  // The options, read by construct_event_provider from the table in provider_options.cpp.
+  bool include_discrete_sensors = false;
+  bool include_continuous_sensors = false;
+  unsigned int command_timeout = 0;
+  bool use_sudo = false;
+  bool include_empty_fields = false;
+  unsigned int sample_interval_sec = 0;
   std::string invalid_sensor_values;
 
   uint16_t field_count = 0;                // fields of the event type, timestamp included
@@ -86,7 +80,7 @@ inline bool stop_was_requested(const provider_t* provider) {
 // Callbacks, in the order of the record's slots.
 bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_t* type_system);
 
-// Reads the seven options into `provider`, logging each value. Throws only what a lookup
+// Reads the options into `provider`, logging each value. Throws only what a lookup
 // throws (allocation failure).
 void read_provider_options(provider_t& provider, const vtr_custom_options* options);
 

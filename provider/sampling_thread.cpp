@@ -11,10 +11,10 @@
 #include "collector/ipmitool_collector.h"
 #include "provider/field_info.h"
 #include "runtime/clock.h"
-#include "runtime/data_serializer.h"
 #include "runtime/logger.h"
 #include "runtime/number_parse.h"
 #include "runtime/rate_limit.h"
+#include "src/data/data_serializer.h"
 
 namespace vtr {
 namespace ipmitool {

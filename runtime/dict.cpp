@@ -3,9 +3,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <memory>
 #include <new>
 
+#include "runtime/c_free.h"
 #include "runtime/logger.h"
 
 // An open-addressing string table in the khash manner: two flag bits per bucket (bit 1
@@ -17,12 +17,6 @@ constexpr double kLoadFactor = 0.77;
 constexpr uint32_t kMinBuckets = 4;
 constexpr uint32_t kFlagDeleted = 1;
 constexpr uint32_t kFlagEmpty = 2;
-
-struct FreeDeleter {
-  void operator()(void* memory) const { free(memory); }
-};
-template <typename T>
-using MallocPtr = std::unique_ptr<T, FreeDeleter>;
 
 struct StringTable {
   uint32_t n_buckets = 0;
@@ -98,9 +92,9 @@ void free_arrays(StringTable& table) {
 // Rehashes every live entry into `n_buckets` fresh buckets; the old table is untouched on
 // allocation failure.
 bool rebuild(StringTable& table, uint32_t n_buckets) {
-  MallocPtr<uint32_t> flags(static_cast<uint32_t*>(malloc(flag_words(n_buckets) * sizeof(uint32_t))));
-  MallocPtr<char*> keys(static_cast<char**>(calloc(n_buckets, sizeof(char*))));
-  MallocPtr<char*> values(static_cast<char**>(calloc(n_buckets, sizeof(char*))));
+  vtr::CPtr<uint32_t> flags(static_cast<uint32_t*>(malloc(flag_words(n_buckets) * sizeof(uint32_t))));
+  vtr::CPtr<char*> keys(static_cast<char**>(calloc(n_buckets, sizeof(char*))));
+  vtr::CPtr<char*> values(static_cast<char**>(calloc(n_buckets, sizeof(char*))));
   if (!flags || !keys || !values) return false;
   memset(flags.get(), 0xAA, flag_words(n_buckets) * sizeof(uint32_t));
 
@@ -133,7 +127,7 @@ bool reserve_one(StringTable& table) {
 }
 
 // Takes ownership of the copies on success.
-bool put(StringTable& table, MallocPtr<char> key, MallocPtr<char> value) {
+bool put(StringTable& table, vtr::CPtr<char> key, vtr::CPtr<char> value) {
   if (!reserve_one(table)) return false;
   const uint32_t i = insertion_bucket(table, key.get());
   if (i == table.n_buckets) return false;
@@ -167,8 +161,8 @@ vtr_custom_options* vtr_dict_create(void) {
 
 int vtr_dict_add(vtr_custom_options* dict, const char* key, const char* value) {
   if (dict == nullptr || key == nullptr) return 0;
-  MallocPtr<char> key_copy(strdup(key));
-  MallocPtr<char> value_copy(value != nullptr ? strdup(value) : nullptr);
+  vtr::CPtr<char> key_copy(strdup(key));
+  vtr::CPtr<char> value_copy(value != nullptr ? strdup(value) : nullptr);
   if (!key_copy || (value != nullptr && !value_copy)) return 0;
   return put(*dict->table, std::move(key_copy), std::move(value_copy)) ? 1 : 0;
 }

@@ -9,7 +9,7 @@
 #include <syslog.h>
 #include <time.h>
 
-#include "runtime/env.h"
+#include "runtime/env_lookup.h"
 
 uint32_t vtr_log_level = VTR_LOG_LEVEL_UNSET;
 uint8_t is_registered = 0;
@@ -27,7 +27,7 @@ constexpr size_t kHexBytesPerLine = 16;
 constexpr size_t kHexLineBufferSize = 100;
 
 bool thread_safety_disabled_by_environment() {
-  const char* value = vtr_getenv("VTR_LOG_THREAD_SAFE");
+  const char* value = vtr::quiet_getenv("VTR_LOG_THREAD_SAFE");
   if (value == nullptr || value[0] == '\0') return false;
   const int first = tolower(static_cast<unsigned char>(value[0]));
   return first != '1' && first != 't' && first != 'y';
@@ -168,7 +168,7 @@ void vtr_close_logger(void) {
 }
 
 int __vtr_init_logger_default(void) {
-  const char* text = vtr_getenv("VTR_API_LOG_LEVEL");
+  const char* text = vtr::quiet_getenv(VTR_LOG_LEVEL_VARIABLE);
   int level = 0;
   if (text == nullptr || sscanf(text, "%d", &level) != 1) level = 0;
   // A negative level wraps to a huge unsigned one, which admits every message.

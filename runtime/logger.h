@@ -15,6 +15,9 @@ VTR_EXTERN_C_BEGIN
 #define VTR_LOG_INFO 6
 #define VTR_LOG_DEBUG 7
 
+/* The environment variable the level is first read from (API_LOG_LEVEL counts too). */
+#define VTR_LOG_LEVEL_VARIABLE "VTR_API_LOG_LEVEL"
+
 /* Level value meaning "not read from the environment yet". */
 #define VTR_LOG_LEVEL_UNSET 0xFFFFFFFFu
 

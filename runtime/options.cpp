@@ -5,23 +5,20 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <memory>
 #include <typeinfo>
 
 #include <boost/lexical_cast.hpp>
 
-namespace {
+#include "runtime/c_free.h"
 
-struct FreeDeleter {
-  void operator()(char* text) const { free(text); }
-};
+namespace {
 
 // The text of an option from the dictionary, else from its "VTR_" variable; null when
 // neither has it.
 const char* option_text(const vtr_custom_options* options, const char* name) {
   const char* value = vtr_dict_get(options, name);
   if (value != nullptr) return value;
-  std::unique_ptr<char, FreeDeleter> key(vtr_option_to_env_name(name));
+  vtr::CPtr<char> key(vtr_option_to_env_name(name));
   return key ? getenv(key.get()) : nullptr;
 }
 

@@ -2,12 +2,12 @@
 
 #include <stdlib.h>
 
-#include <memory>
 #include <optional>
 #include <type_traits>
 
 #include <boost/lexical_cast.hpp>
 
+#include "runtime/c_free.h"
 #include "runtime/env.h"
 #include "runtime/lexical_cast_bool.h"
 #include "runtime/options.h"
@@ -16,17 +16,13 @@ namespace vtr {
 namespace plugin {
 namespace {
 
-struct FreeDeleter {
-  void operator()(char* text) const { free(text); }
-};
-
 std::optional<std::string> option_text(const vtr_custom_options* options, const char* name,
                                        const std::string& env_prefix) {
   if (options != nullptr) {
     const char* value = vtr_dict_get(options, name);
     if (value != nullptr) return std::string(value);
   }
-  std::unique_ptr<char, FreeDeleter> key(vtr_option_name_to_environment_key(name, env_prefix.c_str()));
+  CPtr<char> key(vtr_option_name_to_environment_key(name, env_prefix.c_str()));
   if (!key) return std::nullopt;
   const char* value = vtr_getenv(key.get());
   if (value == nullptr) return std::nullopt;

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 #include "tools/plugin_library.h"
 
 namespace vtr {

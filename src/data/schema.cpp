@@ -5,8 +5,6 @@
 
 #include "runtime/logger.h"
 #include "src/data/owners.h"
-#include "src/data/schema_id.h"
-#include "src/data/schema_json.h"
 #include "src/data/type_definition.h"
 
 using vtr::data::FieldDefinitionPtr;
@@ -116,7 +114,7 @@ vtr_schema_t* vtr_create_schema(const char* name, uint32_t version) {
     return nullptr;
   }
   vtr_log(VTR_LOG_DEBUG, "clearing md5_digest of schema: %p", static_cast<void*>(schema));
-  vtr_reset_schema_id(schema->schema_id);
+  memset(schema->schema_id, 0, sizeof schema->schema_id);
   memset(schema->schema_id_string, 0, sizeof schema->schema_id_string);
   return schema;
 }
@@ -228,11 +226,6 @@ const char** vtr_schema_get_indexed_fields(const vtr_schema_t* schema, uint8_t t
     if (type->fields[f]->index != 0) names[n++] = type->fields[f]->field_name;
   *out_count = n;
   return names;
-}
-
-char* vtr_schema_serialize_type_definition(const vtr_schema_t* schema, const char* type_name, bool pretty) {
-  const vtr_type_definition_t* type = vtr_schema_find_type_definition(schema, type_name);
-  return type ? vtr_type_definition_serialize(type, pretty) : nullptr;
 }
 
 bool vtr_schema_adjust_field_type_references(const vtr_schema_t* schema, vtr_type_definition_t* type) {

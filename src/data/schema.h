@@ -106,10 +106,6 @@ VTR_API int vtr_schema_set_field_indexes(vtr_schema_t* schema, uint8_t type_inde
 VTR_API const char** vtr_schema_get_indexed_fields(const vtr_schema_t* schema, uint8_t type_index,
                                                    size_t* out_count);
 
-/* JSON text of the named type, pretty or compact; caller frees with json_free_serialized_string.
- * Null if the type is not found or has no JSON form. */
-VTR_API char* vtr_schema_serialize_type_definition(const vtr_schema_t* schema, const char* type_name, bool pretty);
-
 /* Points every field of `type` at the definition of its type_name in the schema chain. */
 VTR_API bool vtr_schema_adjust_field_type_references(const vtr_schema_t* schema, vtr_type_definition_t* type);
 

@@ -10,7 +10,6 @@
 #include <openssl/md5.h>
 
 #include "src/data/owners.h"
-#include "src/data/schema_json.h"
 
 static_assert(MD5_DIGEST_LENGTH == VTR_SCHEMA_ID_SIZE, "schema ids are MD5 digests");
 
@@ -82,19 +81,3 @@ bool vtr_type_system_get_json_schema_id(uint8_t* out_id, const JSON_Value* json)
   vtr::data::JsonTextPtr text(json_serialize_to_string_pretty(json));
   return vtr_get_schema_id_from_pretty_json_string(text.get(), out_id);
 }
-
-bool vtr_schema_extract_id(const vtr_schema_t* schema, uint8_t* out_id) {
-  vtr::data::JsonPtr json(vtr_schema_jsonify(schema));
-  return json && vtr_type_system_get_json_schema_id(out_id, json.get());
-}
-
-namespace vtr {
-namespace data {
-
-void refresh_schema_id(vtr_schema_t* schema) {
-  vtr_schema_extract_id(schema, schema->schema_id);
-  vtr_schema_id_to_schema_string(schema->schema_id, schema->schema_id_string);
-}
-
-}  // namespace data
-}  // namespace vtr

@@ -28,24 +28,11 @@ VTR_API bool vtr_schema_from_id_string(const char* text, uint8_t* out_id);
 VTR_API bool vtr_schema_id_is_blob(const uint8_t* id);
 VTR_API void vtr_schema_id_set_blob(uint8_t* id);
 
-/* MD5 of the schema's pretty JSON; 0 (and *out_id untouched) when it has no JSON form. */
-VTR_API bool vtr_schema_extract_id(const vtr_schema_t* schema, uint8_t* out_id);
 /* MD5 of the text's bytes without its terminator; 0 for null text. */
 VTR_API bool vtr_get_schema_id_from_pretty_json_string(const char* text, uint8_t* out_id);
 /* Pretty-serialises `json` and digests that text. */
 VTR_API bool vtr_type_system_get_json_schema_id(uint8_t* out_id, const JSON_Value* json);
 
 VTR_EXTERN_C_END
-
-#ifdef __cplusplus
-namespace vtr {
-namespace data {
-
-// Recomputes a schema's id from its JSON (kept as it was when there is none) and its id string.
-void refresh_schema_id(vtr_schema_t* schema);
-
-}  // namespace data
-}  // namespace vtr
-#endif
 
 #endif

@@ -6,6 +6,7 @@
 
 #include "runtime/logger.h"
 #include "src/data/owners.h"
+#include "src/data/schema_id.h"
 #include "src/data/type_definition.h"
 #include "src/data/version.h"
 
@@ -207,6 +208,16 @@ char* vtr_type_definition_serialize(const vtr_type_definition_t* type, bool pret
   return pretty ? json_serialize_to_string_pretty(json.get()) : json_serialize_to_string(json.get());
 }
 
+char* vtr_schema_serialize_type_definition(const vtr_schema_t* schema, const char* type_name, bool pretty) {
+  const vtr_type_definition_t* type = vtr_schema_find_type_definition(schema, type_name);
+  return type ? vtr_type_definition_serialize(type, pretty) : nullptr;
+}
+
+bool vtr_schema_extract_id(const vtr_schema_t* schema, uint8_t* out_id) {
+  JsonPtr json(vtr_schema_jsonify(schema));
+  return json && vtr_type_system_get_json_schema_id(out_id, json.get());
+}
+
 vtr_type_field_definition_t* vtr_type_field_definition_from_json(const JSON_Value* json) {
   bool with_index = matches_template(json, kFieldTemplate, "Unable to parse schema to JSON value: '%s'");
   if (!with_index &&
@@ -296,3 +307,14 @@ vtr_schema_t* vtr_schema_from_json_filtered_by_fset(const JSON_Value* json, cons
   }
   return schema.release();
 }
+
+namespace vtr {
+namespace data {
+
+void refresh_schema_id(vtr_schema_t* schema) {
+  vtr_schema_extract_id(schema, schema->schema_id);
+  vtr_schema_id_to_schema_string(schema->schema_id, schema->schema_id_string);
+}
+
+}  // namespace data
+}  // namespace vtr

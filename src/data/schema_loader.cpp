@@ -2,7 +2,6 @@
 
 #include "runtime/logger.h"
 #include "src/data/owners.h"
-#include "src/data/schema_id.h"
 #include "src/data/schema_json.h"
 #include "src/data/type_system.h"
 

@@ -7,7 +7,7 @@
 #include "src/data/builtin_types.h"
 #include "src/data/counters_schema.h"
 #include "src/data/owners.h"
-#include "src/data/schema_id.h"
+#include "src/data/schema_json.h"
 #include "src/data/version.h"
 
 using vtr::data::TypeSystemPtr;

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <map>
 #include <string>
+#include <vector>
 
 #include "support/event_blocks.h"
 #include "support/fake_ipmitool.h"
@@ -80,6 +83,32 @@ TEST_F(ProviderLifecycle, OneSensorStillGetsTheTimestampField) {
   ASSERT_TRUE(host.initialize());
   ASSERT_EQ(host.eventType()->num_fields, 2);
   EXPECT_STREQ(host.eventType()->fields[0]->field_name, "timestamp");
+}
+
+// A host that keeps the library mapped constructs the provider again after destroying it;
+// only a new construct lifts a stop.
+TEST_F(ProviderLifecycle, ConstructingAgainAfterDestroySamplesAgain) {
+  FakeIpmitool fake;
+  const std::map<std::string, std::string> options{{"ipmitool-sample-interval-sec", "0"}};
+  const auto limit = std::chrono::seconds(60);
+  {
+    ProviderHost first(library, options);
+    ASSERT_TRUE(first.initialize());
+    ASSERT_TRUE(first.start());
+    EXPECT_EQ(first.collectEvents(1, limit).size(), 1u);
+    ASSERT_TRUE(first.stop());
+    std::vector<std::vector<uint8_t>> drained;
+    first.progressOnce(drained);
+    const size_t runs = fake.recordedCalls().size();
+    ASSERT_TRUE(first.start());
+    EXPECT_TRUE(first.collectEvents(1, std::chrono::seconds(2)).empty());
+    ASSERT_TRUE(first.stop());
+    EXPECT_EQ(fake.recordedCalls().size(), runs);
+  }
+  ProviderHost second(library, options);
+  ASSERT_TRUE(second.initialize());
+  ASSERT_TRUE(second.start());
+  EXPECT_EQ(second.collectEvents(1, limit).size(), 1u);
 }
 
 // Each failure is one error line; the provider is left destroyed, and a host that destroys

@@ -6,7 +6,7 @@
 #include "provider/field_info.h"
 #include "provider/sampling_thread.h"
 #include "runtime/clock.h"
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 #include "static_provider.h"
 #include "support/event_blocks.h"
 #include "support/fake_ipmitool.h"

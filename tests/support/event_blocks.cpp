@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <mutex>
 
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 
 namespace vtr {
 namespace test {

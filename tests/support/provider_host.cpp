@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "event_blocks.h"
-#include "runtime/data_serializer.h"
 #include "runtime/dict.h"
+#include "src/data/data_serializer.h"
 
 namespace vtr {
 namespace test {

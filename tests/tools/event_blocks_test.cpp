@@ -7,7 +7,7 @@
 #include <cstring>
 #include <functional>
 
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 #include "tools/plugin_library.h"
 
 namespace vtr {

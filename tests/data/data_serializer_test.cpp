@@ -3,8 +3,8 @@
 #include <cstring>
 #include <vector>
 
+#include "src/data/data_serializer.h"
 #include "support/log_capture.h"
-#include "runtime/data_serializer.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef VTR_DATA_SERIALIZER_H
-#define VTR_DATA_SERIALIZER_H
+#ifndef VTR_DATA_DATA_SERIALIZER_H
+#define VTR_DATA_DATA_SERIALIZER_H
 
 #include <stddef.h>
 #include <stdint.h>

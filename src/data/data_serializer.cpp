@@ -1,4 +1,4 @@
-#include "runtime/data_serializer.h"
+#include "src/data/data_serializer.h"
 
 #include <algorithm>
 #include <cstring>
