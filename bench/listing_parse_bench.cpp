@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_parser.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ void parseListing(benchmark::State& state, const std::string& fixtureCase) {
     std::unordered_map<std::string, std::string> states;
     collector.parseDiscreteStatesTable(compact, states);
     SensorListing listing;
-    collector.parseSensorListing(verbose, states, listing);
+    parseSensorListing(collector.config(), verbose, states, listing);
     sensors = listing.size();
     benchmark::DoNotOptimize(listing.data());
   }

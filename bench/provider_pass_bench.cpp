@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_parser.h"
 #include "provider/event_provider.h"
 #include "provider/provider_state.h"
 #include "provider/sampling_thread.h"
@@ -51,7 +52,7 @@ class LargeServer {
     std::unordered_map<std::string, std::string> states;
     state().collector->parseDiscreteStatesTable(compact_, states);
     SensorListing listing;
-    state().collector->parseSensorListing(verbose_, states, listing);
+    parseSensorListing(state().collector->config(), verbose_, states, listing);
     SensorSample sample;
     state().collector->assembleSample(listing, sample);
     return convertAndWrite(sample);

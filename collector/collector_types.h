@@ -20,6 +20,8 @@ std::string fieldTypeName(CollectorFieldType type);
 using SensorRecord = std::unordered_map<std::string, std::string>;
 // The sensors in the order the tool printed them.
 using SensorListing = std::vector<SensorRecord>;
+// Discrete sensors of the compact table: sensor name -> states word text.
+using DiscreteSensorsData = std::unordered_map<std::string, std::string>;
 // One sample: schema field name -> value text.
 using SensorSample = std::unordered_map<std::string, std::string>;
 

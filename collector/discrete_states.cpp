@@ -1,11 +1,15 @@
+#include "collector/discrete_states.h"
+
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
+#include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "collector/text_scan.h"
+#include "collector/value_rules.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
 
@@ -23,30 +27,34 @@ constexpr std::string_view::size_type kStatesWordLength = 6;
 
 }  // namespace
 
-void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(
-    std::unordered_map<std::string, std::string>& discrete_sensors_data) {
-  std::string output;
-  const int result = runCommandAndCheck(kDiscreteStatesCommand, output);
-  if (stopIsRequested()) return;
-  // Also the case of a machine without discrete sensors: grep then exits 1.
-  if (result != 0) {
-    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);
-    return;
+void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSensorsData& discrete_sensors_data,
+                              const std::string& sensorName, SensorRecord& record) {
+  if (!config.includeDiscreteSensors || getSensorType(record) != Discrete) return;
+  if (record.count(kStatesAssertedLabel) != 0 || config.statesAssertedAsText) return;
+  const auto entry = discrete_sensors_data.find(sensorName);
+  if (entry == discrete_sensors_data.end()) return;
+
+  std::string states = entry->second;
+  if (isValidValue(config, states)) {
+    record[kStatesAssertedLabel] = states;
+  } else {
+    // The empty text of an "na" sensor goes this way, where an empty field gets its default.
+    handleInvalidSensorValue(config, sensorName, kStatesAssertedLabel, states, record);
   }
-  parseDiscreteStatesTable(output, discrete_sensors_data);
 }
 
-void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
-                                                 std::unordered_map<std::string, std::string>& discrete_sensors_data) {
+void readDiscreteStatesTable(const CollectorConfig& config, const std::string& output,
+                             const std::unordered_set<std::string>* knownAtStart,
+                             DiscreteSensorsData& discrete_sensors_data) {
   // Refusals are reported while the schema is built and stay silent on every later sample.
-  const bool reportRefusals = !schemaCreated;
+  const bool reportRefusals = knownAtStart == nullptr;
   std::unordered_set<std::string> rejectedNames;
 
   forEachLine(output, [&](std::string_view line) {
     const auto bar = line.find('|');
     if (bar == std::string_view::npos) return;
     const std::string name(trimBlanks(line.substr(0, bar)));
-    if (schemaCreated && discreteSensorsAtStart.count(name) == 0) return;
+    if (knownAtStart != nullptr && knownAtStart->count(name) == 0) return;
 
     if (rejectedNames.count(name) != 0 || discrete_sensors_data.count(name) != 0) {
       if (reportRefusals) {
@@ -61,7 +69,7 @@ void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
     }
 
     if (line.find(kNaMarker) != std::string_view::npos) {
-      if (config_.includeEmptyFields) {
+      if (config.includeEmptyFields) {
         vtr_log_rate_limited(
             VTR_LOG_WARNING,
             "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
@@ -91,25 +99,25 @@ void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
     }
     rejectedNames.insert(name);
   });
-
-  if (!schemaCreated) {
-    for (const auto& entry : discrete_sensors_data) discreteSensorsAtStart.insert(entry.first);
-  }
 }
 
-void IpmitoolCollector::updateDiscreteSensorData(const std::unordered_map<std::string, std::string>& discrete_sensors_data,
-                                                 const std::string& sensorName, SensorRecord& record) const {
-  if (!config_.includeDiscreteSensors || getSensorType(record) != Discrete) return;
-  if (record.count(kStatesAssertedLabel) != 0 || config_.statesAssertedAsText) return;
-  const auto entry = discrete_sensors_data.find(sensorName);
-  if (entry == discrete_sensors_data.end()) return;
+void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data) {
+  std::string output;
+  const int result = runCommandAndCheck(kDiscreteStatesCommand, output);
+  if (stopIsRequested()) return;
+  // Also the case of a machine without discrete sensors: grep then exits 1.
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);
+    return;
+  }
+  parseDiscreteStatesTable(output, discrete_sensors_data);
+}
 
-  std::string states = entry->second;
-  if (isValidValue(states)) {
-    record[kStatesAssertedLabel] = states;
-  } else {
-    // The empty text of an "na" sensor goes this way, where an empty field gets its default.
-    handleInvalidSensorValue(sensorName, kStatesAssertedLabel, states, record);
+void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
+                                                 DiscreteSensorsData& discrete_sensors_data) {
+  readDiscreteStatesTable(config_, output, schemaCreated ? &discreteSensorsAtStart : nullptr, discrete_sensors_data);
+  if (!schemaCreated) {
+    for (const auto& entry : discrete_sensors_data) discreteSensorsAtStart.insert(entry.first);
   }
 }
 

@@ -1,7 +1,8 @@
+#include "collector/field_naming.h"
+
 #include <cctype>
 #include <string>
 
-#include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "collector/text_scan.h"
 
@@ -46,7 +47,7 @@ bool looksDecimal(const std::string& value) {
 
 }  // namespace
 
-void IpmitoolCollector::removeSpaces(std::string& text) {
+void removeSpaces(std::string& text) {
   const std::string_view trimmed = trimBlanks(text);
   if (trimmed.empty()) {
     text.clear();
@@ -57,11 +58,11 @@ void IpmitoolCollector::removeSpaces(std::string& text) {
   text.erase(0, first);
 }
 
-bool IpmitoolCollector::isValidKey(const std::string& key) {
+bool isValidKey(const std::string& key) {
   return !key.empty() && key != kUnableToReadLabel;
 }
 
-void IpmitoolCollector::convertToSnakeCase(std::string& text) {
+void convertToSnakeCase(std::string& text) {
   removeSpaces(text);
   for (char& c : text) {
     c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -69,8 +70,7 @@ void IpmitoolCollector::convertToSnakeCase(std::string& text) {
   }
 }
 
-void IpmitoolCollector::getFieldNameInSchema(const std::string& sensorName, const std::string& label,
-                                             std::string& out) const {
+void getFieldNameInSchema(const std::string& sensorName, const std::string& label, std::string& out) {
   // The sensor's main value carries the sensor's own name.
   if (label == kStatesAssertedLabel || label == kSensorReadingLabel) {
     out = sensorName;
@@ -81,21 +81,20 @@ void IpmitoolCollector::getFieldNameInSchema(const std::string& sensorName, cons
   out = sensorName + "_" + suffix;
 }
 
-CollectorFieldType IpmitoolCollector::getFieldType(std::string value, CollectorSensorType sensorType) {
+CollectorFieldType getFieldType(std::string value, CollectorSensorType sensorType) {
   if (value.empty()) return CollectorFieldType::Unknown;
   if (value.size() == 1) return isDecimalDigit(value[0]) ? CollectorFieldType::Double : CollectorFieldType::Unknown;
   if (hasHexPrefix(value)) return hexadecimalType(value, sensorType);
   return looksDecimal(value) ? CollectorFieldType::Double : CollectorFieldType::Unknown;
 }
 
-CollectorSensorType IpmitoolCollector::getSensorType(const SensorRecord& record) {
+CollectorSensorType getSensorType(const SensorRecord& record) {
   if (record.count(kDiscreteTypeLabel) != 0) return Discrete;
   if (record.count(kThresholdTypeLabel) != 0) return Threshold;
   return Unknown;
 }
 
-void IpmitoolCollector::getSensorDescription(const SensorRecord& record, CollectorSensorType kind,
-                                             std::string& out) {
+void getSensorDescription(const SensorRecord& record, CollectorSensorType kind, std::string& out) {
   // Required labels: a record without them throws std::out_of_range.
   out = record.at(kSensorIdLabel);
   out += ' ';

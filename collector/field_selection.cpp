@@ -1,14 +1,14 @@
-#include "collector/ipmitool_collector.h"
+#include "collector/field_selection.h"
 
 namespace vtr {
 namespace ipmitool {
 
-bool IpmitoolCollector::toAddSensorField(const std::string& label, CollectorSensorType sensorType) const {
+bool toAddSensorField(const CollectorConfig& config, const std::string& label, CollectorSensorType sensorType) {
   const std::map<std::string, bool>* fields = nullptr;
   if (sensorType == Discrete) {
-    fields = &config_.discreteFields;
+    fields = &config.discreteFields;
   } else if (sensorType == Threshold) {
-    fields = &config_.continuousFields;
+    fields = &config.continuousFields;
   } else {
     return false;
   }

@@ -14,70 +14,35 @@
 namespace vtr {
 namespace ipmitool {
 
-// Runs ipmitool, turns its listings into sensor records, builds the event type's fields and
-// assembles samples. Its methods live in one unit per concern (command runner, listing parser,
-// discrete states, sensor identity, field naming, schema builder, sample assembly).
+// Runs ipmitool and owns what start-up fixes: the sensors' unique names, the discrete sensors
+// seen then and the schema fields' types. The pure text steps it applies live in their own
+// units (listing_parser.h, discrete_states.h, value_rules.h, field_selection.h,
+// field_naming.h, sensor_identity.h, schema_builder.h).
 class IpmitoolCollector {
  public:
   IpmitoolCollector(const CollectorConfig& config, const volatile bool& stop_flag);
 
-  // Command runner.
-  int runCommandAndCheck(std::string command, std::string& output) const;
-
-  // Sensor listing parser.
-  void getIpmitoolSensorData(SensorListing& listing);
-  // The text half of getIpmitoolSensorData: cuts a verbose listing already read into records.
-  void parseSensorListing(const std::string& output,
-                          const std::unordered_map<std::string, std::string>& discrete_sensors_data,
-                          SensorListing& listing) const;
-
-  // Discrete sensor states.
-  void getDiscreteSensorStatesAssertedFieldsData(std::unordered_map<std::string, std::string>& discrete_sensors_data);
-  // The text half of getDiscreteSensorStatesAssertedFieldsData: reads the compact table already run.
-  void parseDiscreteStatesTable(const std::string& output,
-                                std::unordered_map<std::string, std::string>& discrete_sensors_data);
-  void updateDiscreteSensorData(const std::unordered_map<std::string, std::string>& discrete_sensors_data,
-                                const std::string& sensorName, SensorRecord& record) const;
-
-  // Sensor identity.
-  static void getSensorName(const std::string& sensorId, std::string& sensorName);
-  int getSensorNumber(const std::string& sensorId) const;
-  void createSensorsIdsMap(const SensorListing& listing);
-  std::string getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const;
-
-  // Field selection.
-  bool toAddSensorField(const std::string& label, CollectorSensorType sensorType) const;
-
-  // Field naming and typing.
-  static void removeSpaces(std::string& text);
-  static bool isValidKey(const std::string& key);
-  static void convertToSnakeCase(std::string& text);
-  void getFieldNameInSchema(const std::string& sensorName, const std::string& label, std::string& out) const;
-  static CollectorFieldType getFieldType(std::string value, CollectorSensorType sensorType);
-  static CollectorSensorType getSensorType(const SensorRecord& record);
-  static void getSensorDescription(const SensorRecord& record, CollectorSensorType kind, std::string& out);
-
-  // Schema construction.
+  // Reads the sensors once and fixes the event type's fields; a second call fails.
   bool setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields);
-  std::unique_ptr<vtr_type_field_info_t> createSchemaField(const std::string& fieldName,
-                                                           const std::string& description,
-                                                           const std::string& typeName, vtr_value_type_t valueType,
-                                                           unsigned short count);
   static void freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields);
-
-  // Sample assembly and value rules.
+  // One sample of the fields fixed by setFieldsInfo.
   bool getSensorsData(SensorSample& out);
-  // The text half of getSensorsData: the schema fields' values of a listing already read.
-  void assembleSample(const SensorListing& listing, SensorSample& out) const;
-  bool toAddSensorData(const SensorRecord& record) const;
-  void parseFieldValue(const std::string& label, std::string& value) const;
-  bool isValidValue(const std::string& value) const;
-  void handleInvalidSensorValue(const std::string& sensorName, const std::string& label, std::string& value,
-                                SensorRecord& record) const;
 
   const CollectorConfig& config() const { return config_; }
 
+  // The steps of the two calls above, for the tests and benchmarks that drive them alone.
+  int runCommandAndCheck(std::string command, std::string& output) const;
+  // Reads the compact table already run; the discrete sensors it holds at start-up are the
+  // only ones read afterwards.
+  void parseDiscreteStatesTable(const std::string& output, DiscreteSensorsData& discrete_sensors_data);
+  void createSensorsIdsMap(const SensorListing& listing);
+  std::string getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const;
+  // The schema fields' values of a listing already read.
+  void assembleSample(const SensorListing& listing, SensorSample& out) const;
+
  private:
+  void getIpmitoolSensorData(SensorListing& listing);
+  void getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data);
   // The stop flag is written by the provider's thread; read it as an acquire load.
   bool stopIsRequested() const { return __atomic_load_n(&stopRequested, __ATOMIC_ACQUIRE); }
   // Runs the verbose listing; false (after its error line) when it yields nothing, and

@@ -1,11 +1,16 @@
+#include "collector/listing_parser.h"
+
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 
+#include "collector/discrete_states.h"
+#include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "collector/text_scan.h"
+#include "collector/value_rules.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
 
@@ -24,7 +29,7 @@ std::string listingSensorName(std::string_view sensorId) {
 }  // namespace
 
 void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
-  std::unordered_map<std::string, std::string> discrete_sensors_data;
+  DiscreteSensorsData discrete_sensors_data;
   if (config_.includeDiscreteSensors) {
     getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
     if (stopIsRequested()) return;
@@ -45,22 +50,21 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
     return;
   }
-  parseSensorListing(output, discrete_sensors_data, listing);
+  parseSensorListing(config_, output, discrete_sensors_data, listing);
 }
 
-void IpmitoolCollector::parseSensorListing(const std::string& output,
-                                           const std::unordered_map<std::string, std::string>& discrete_sensors_data,
-                                           SensorListing& listing) const {
+void parseSensorListing(const CollectorConfig& config, const std::string& output,
+                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing) {
   SensorRecord record;
   std::string sensorName;
   // Only whether the last stored line was "States Asserted" matters for continuation lines.
   bool afterStatesAsserted = false;
   bool started = false;
-  const bool numericStates = config_.includeDiscreteSensors && !config_.statesAssertedAsText;
+  const bool numericStates = config.includeDiscreteSensors && !config.statesAssertedAsText;
 
   const auto finishRecord = [&]() {
-    updateDiscreteSensorData(discrete_sensors_data, sensorName, record);
-    if (toAddSensorData(record)) listing.push_back(std::move(record));
+    updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
+    if (toAddSensorData(config, record)) listing.push_back(std::move(record));
     record.clear();
   };
 
@@ -79,7 +83,7 @@ void IpmitoolCollector::parseSensorListing(const std::string& output,
     if (colon == std::string_view::npos) {
       // A bracketed continuation of the states text, e.g. "[Device Present]".
       const bool bracketed = line.find('[') != std::string_view::npos && line.find(']') != std::string_view::npos;
-      if (bracketed && afterStatesAsserted && config_.statesAssertedAsText) {
+      if (bracketed && afterStatesAsserted && config.statesAssertedAsText) {
         std::string& states = record[kStatesAssertedLabel];
         states += ' ';
         states += trimBlanks(line);
@@ -112,10 +116,10 @@ void IpmitoolCollector::parseSensorListing(const std::string& output,
       afterStatesAsserted = false;
       return;
     }
-    if (isValidValue(value)) {
+    if (isValidValue(config, value)) {
       record[label] = std::move(value);
     } else {
-      handleInvalidSensorValue(sensorName, label, value, record);
+      handleInvalidSensorValue(config, sensorName, label, value, record);
     }
     afterStatesAsserted = label == kStatesAssertedLabel;
   });

@@ -1,7 +1,10 @@
 #include <string>
 #include <utility>
 
+#include "collector/field_naming.h"
+#include "collector/field_selection.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/value_rules.h"
 #include "runtime/logger.h"
 
 namespace vtr {
@@ -39,7 +42,7 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
       // An unselected label is skipped whether or not its name is a schema field; its name
       // is built only when the debug line that reports it can be written. This keeps a
       // pass from building a dozen names per sensor that nobody reads.
-      const bool selected = toAddSensorField(label, kind);
+      const bool selected = toAddSensorField(config_, label, kind);
       if (!selected && !vtr_log_enabled(VTR_LOG_DEBUG)) continue;
       getFieldNameInSchema(name, label, fieldName);
       const auto schemaField = schemaFieldTypes.find(fieldName);
@@ -50,7 +53,7 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
       if (!selected) continue;
 
       std::string value = rawValue;
-      parseFieldValue(label, value);
+      parseFieldValue(config_, label, value);
       const CollectorFieldType type = getFieldType(value, kind);
       const CollectorFieldType expected = schemaField->second;
       if (type == CollectorFieldType::Unknown) {

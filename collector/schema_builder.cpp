@@ -1,10 +1,15 @@
+#include "collector/schema_builder.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
 #include <utility>
 
+#include "collector/field_naming.h"
+#include "collector/field_selection.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/value_rules.h"
 #include "runtime/logger.h"
 
 namespace vtr {
@@ -28,9 +33,9 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
     getSensorDescription(record, kind, description);
 
     for (const auto& [label, rawValue] : record) {
-      if (!toAddSensorField(label, kind)) continue;
+      if (!toAddSensorField(config_, label, kind)) continue;
       std::string value = rawValue;
-      parseFieldValue(label, value);
+      parseFieldValue(config_, label, value);
       // The value seen now fixes the field's type for the provider's life.
       const CollectorFieldType type = getFieldType(value, kind);
       if (fieldTypeName(type).empty()) {
@@ -49,11 +54,9 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
   return true;
 }
 
-std::unique_ptr<vtr_type_field_info_t> IpmitoolCollector::createSchemaField(const std::string& fieldName,
-                                                                            const std::string& description,
-                                                                            const std::string& typeName,
-                                                                            vtr_value_type_t valueType,
-                                                                            unsigned short count) {
+std::unique_ptr<vtr_type_field_info_t> createSchemaField(const std::string& fieldName, const std::string& description,
+                                                         const std::string& typeName, vtr_value_type_t valueType,
+                                                         unsigned short count) {
   char* nameCopy = nullptr;
   char* descriptionCopy = nullptr;
   char* typeNameCopy = nullptr;

@@ -1,3 +1,5 @@
+#include "collector/sensor_identity.h"
+
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -5,6 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "runtime/logger.h"
@@ -12,7 +15,7 @@
 namespace vtr {
 namespace ipmitool {
 
-void IpmitoolCollector::getSensorName(const std::string& sensorId, std::string& sensorName) {
+void getSensorName(const std::string& sensorId, std::string& sensorName) {
   const auto paren = sensorId.find('(');
   // The character before the parenthesis is the blank the tool prints there; it goes whatever it is.
   if (paren != std::string::npos && paren > 0) {
@@ -23,7 +26,7 @@ void IpmitoolCollector::getSensorName(const std::string& sensorId, std::string& 
   convertToSnakeCase(sensorName);
 }
 
-int IpmitoolCollector::getSensorNumber(const std::string& sensorId) const {
+int getSensorNumber(const std::string& sensorId) {
   const auto open = sensorId.find('(');
   const auto close = sensorId.find(')');
   if (open == std::string::npos || close == std::string::npos) return -1;

@@ -1,6 +1,8 @@
+#include "collector/value_rules.h"
+
 #include <string>
 
-#include "collector/ipmitool_collector.h"
+#include "collector/field_naming.h"
 #include "collector/listing_labels.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
@@ -37,14 +39,14 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 void cleanSensorReading(std::string& value) {
   const auto paren = value.find('(');
   if (paren != std::string::npos) value.erase(paren);
-  IpmitoolCollector::removeSpaces(value);
+  removeSpaces(value);
 }
 
 // "[Device Present] [Transition to OK]" -> "Device Present,Transition to OK".
 void cleanStatesText(std::string& value) {
   const auto bracket = value.find('[');
   if (bracket != std::string::npos) value.erase(0, bracket);
-  IpmitoolCollector::removeSpaces(value);
+  removeSpaces(value);
   // The outer brackets go whatever they are.
   if (value.size() > 2) value = value.substr(1, value.size() - 2);
   replaceAll(value, "] [", ",");
@@ -53,7 +55,7 @@ void cleanStatesText(std::string& value) {
 
 }  // namespace
 
-bool IpmitoolCollector::toAddSensorData(const SensorRecord& record) const {
+bool toAddSensorData(const CollectorConfig& config, const SensorRecord& record) {
   if (record.count(kSensorIdLabel) == 0) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Sensor ID not found in sensor data. Skipping sensor.");
     return false;
@@ -67,46 +69,46 @@ bool IpmitoolCollector::toAddSensorData(const SensorRecord& record) const {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Sensor type is unknown. Skipping sensor.");
     return false;
   }
-  if ((kind == Discrete && !config_.includeDiscreteSensors) ||
-      (kind == Threshold && !config_.includeContinuousSensors)) {
+  if ((kind == Discrete && !config.includeDiscreteSensors) ||
+      (kind == Threshold && !config.includeContinuousSensors)) {
     return false;
   }
   // Worth keeping only if some selected label has a publishable value right now.
-  const auto& fields = kind == Discrete ? config_.discreteFields : config_.continuousFields;
+  const auto& fields = kind == Discrete ? config.discreteFields : config.continuousFields;
   for (const auto& [label, selected] : fields) {
     if (!selected) continue;
     const auto it = record.find(label);
     if (it == record.end()) continue;
     std::string value = it->second;
-    parseFieldValue(label, value);
+    parseFieldValue(config, label, value);
     const CollectorFieldType type = getFieldType(value, kind);
     if (type != CollectorFieldType::Unknown && !fieldTypeName(type).empty()) return true;
   }
   return false;
 }
 
-void IpmitoolCollector::parseFieldValue(const std::string& label, std::string& value) const {
+void parseFieldValue(const CollectorConfig& config, const std::string& label, std::string& value) {
   if (label == kSensorReadingLabel) {
     cleanSensorReading(value);
-  } else if (label == kStatesAssertedLabel && config_.statesAssertedAsText) {
+  } else if (label == kStatesAssertedLabel && config.statesAssertedAsText) {
     cleanStatesText(value);
   }
 }
 
-bool IpmitoolCollector::isValidValue(const std::string& value) const {
-  return !value.empty() && config_.invalidValues.count(value) == 0;
+bool isValidValue(const CollectorConfig& config, const std::string& value) {
+  return !value.empty() && config.invalidValues.count(value) == 0;
 }
 
-void IpmitoolCollector::handleInvalidSensorValue(const std::string& sensorName, const std::string& label,
-                                                 std::string& value, SensorRecord& record) const {
-  if (!config_.includeEmptyFields) {
+void handleInvalidSensorValue(const CollectorConfig& config, const std::string& sensorName, const std::string& label,
+                              std::string& value, SensorRecord& record) {
+  if (!config.includeEmptyFields) {
     vtr_log_rate_limited(VTR_LOG_DEBUG,
                          "[ipmitool collector] Value for sensor '%s', field '%s' is missing. Skipping this field.",
                          sensorName.c_str(), label.c_str());
     return;
   }
-  const auto typed = config_.fieldDefaultTypes.find(label);
-  if (typed != config_.fieldDefaultTypes.end()) {
+  const auto typed = config.fieldDefaultTypes.find(label);
+  if (typed != config.fieldDefaultTypes.end()) {
     value = defaultValueText(typed->second);
     if (value.empty()) return;
     vtr_log_rate_limited(VTR_LOG_DEBUG,
@@ -116,7 +118,7 @@ void IpmitoolCollector::handleInvalidSensorValue(const std::string& sensorName, 
     return;
   }
   // Keeps the sensor recognisable as discrete even when its type text is unusable.
-  if (label == kDiscreteTypeLabel && config_.includeDiscreteSensors) {
+  if (label == kDiscreteTypeLabel && config.includeDiscreteSensors) {
     vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool collector] The type for discrete sensor '%s' is unknown.",
                          sensorName.c_str());
     record[label] = value;

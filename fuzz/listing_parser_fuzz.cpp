@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_parser.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
@@ -15,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string output(reinterpret_cast<const char*>(data + 1), size - 1);
   std::unordered_map<std::string, std::string> states{{"PS1 Status", "0x0100"}, {"Temp", "0x0080"}};
   vtr::ipmitool::SensorListing listing;
-  collector.parseSensorListing(output, states, listing);
+  parseSensorListing(collector.config(), output, states, listing);
   collector.createSensorsIdsMap(listing);
   for (const auto& record : listing) collector.getSavedUniqueSensorNameFromSensorData(record);
   return 0;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 
 namespace vtr {
@@ -48,7 +49,7 @@ TEST(FieldTypeTest, ValueTextDecidesTheSchemaType) {
       {"na", Threshold, Type::Unknown},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(IpmitoolCollector::getFieldType(c.value, c.kind), c.want) << "value '" << c.value << "' kind " << c.kind;
+    EXPECT_EQ(getFieldType(c.value, c.kind), c.want) << "value '" << c.value << "' kind " << c.kind;
   }
 }
 
@@ -68,7 +69,7 @@ TEST(FieldNamingTest, RemoveSpacesTrimsOnlyTheSpaceCharacter) {
   };
   for (const auto& [in, want] : cases) {
     std::string text = in;
-    IpmitoolCollector::removeSpaces(text);
+    removeSpaces(text);
     EXPECT_EQ(text, want) << "input '" << in << "'";
   }
 }
@@ -83,16 +84,16 @@ TEST(FieldNamingTest, SnakeCaseLowersAndTurnsInnerBlanksIntoUnderscores) {
   };
   for (const auto& [in, want] : cases) {
     std::string text = in;
-    IpmitoolCollector::convertToSnakeCase(text);
+    convertToSnakeCase(text);
     EXPECT_EQ(text, want) << "input '" << in << "'";
   }
 }
 
 TEST(FieldNamingTest, UnreadableSensorLineIsNotAKey) {
-  EXPECT_FALSE(IpmitoolCollector::isValidKey(""));
-  EXPECT_FALSE(IpmitoolCollector::isValidKey("Unable to read sensor"));
-  EXPECT_TRUE(IpmitoolCollector::isValidKey("Unable to read sensor: Device Not Present"));
-  EXPECT_TRUE(IpmitoolCollector::isValidKey("Sensor Reading"));
+  EXPECT_FALSE(isValidKey(""));
+  EXPECT_FALSE(isValidKey("Unable to read sensor"));
+  EXPECT_TRUE(isValidKey("Unable to read sensor: Device Not Present"));
+  EXPECT_TRUE(isValidKey("Sensor Reading"));
 }
 
 TEST(FieldNamingTest, MainValuesTakeTheSensorNameOthersGetASuffix) {
@@ -108,18 +109,18 @@ TEST(FieldNamingTest, MainValuesTakeTheSensorNameOthersGetASuffix) {
   };
   for (const auto& [sensor, label, want] : cases) {
     std::string out = "stale";
-    collector.getFieldNameInSchema(sensor, label, out);
+    getFieldNameInSchema(sensor, label, out);
     EXPECT_EQ(out, want);
   }
 }
 
 TEST(SensorKindTest, TypeLabelDecidesTheKindDiscreteFirst) {
-  EXPECT_EQ(IpmitoolCollector::getSensorType({{"Sensor Type (Discrete)", ""}}), Discrete);
-  EXPECT_EQ(IpmitoolCollector::getSensorType({{"Sensor Type (Threshold)", "Temperature"}}), Threshold);
-  EXPECT_EQ(IpmitoolCollector::getSensorType(
+  EXPECT_EQ(getSensorType({{"Sensor Type (Discrete)", ""}}), Discrete);
+  EXPECT_EQ(getSensorType({{"Sensor Type (Threshold)", "Temperature"}}), Threshold);
+  EXPECT_EQ(getSensorType(
                 {{"Sensor Type (Threshold)", "Temperature"}, {"Sensor Type (Discrete)", "Power Supply"}}),
             Discrete);
-  EXPECT_EQ(IpmitoolCollector::getSensorType({{"Sensor ID", "X (0x1)"}}), Unknown);
+  EXPECT_EQ(getSensorType({{"Sensor ID", "X (0x1)"}}), Unknown);
 }
 
 TEST(SensorDescriptionTest, JoinsIdEntityAndTheKindsTypeText) {
@@ -127,18 +128,18 @@ TEST(SensorDescriptionTest, JoinsIdEntityAndTheKindsTypeText) {
                                {"Entity ID", "3.1 (Processor)"},
                                {"Sensor Type (Threshold)", "Temperature"}};
   std::string out;
-  IpmitoolCollector::getSensorDescription(record, Threshold, out);
+  getSensorDescription(record, Threshold, out);
   EXPECT_EQ(out, "CPU Temp (0x1) 3.1 (Processor) Temperature");
-  IpmitoolCollector::getSensorDescription(record, Unknown, out);
+  getSensorDescription(record, Unknown, out);
   EXPECT_EQ(out, "CPU Temp (0x1) 3.1 (Processor)");
 }
 
 TEST(SensorDescriptionTest, MissingRequiredLabelThrowsOutOfRange) {
   std::string out;
-  EXPECT_THROW(IpmitoolCollector::getSensorDescription({{"Sensor ID", "A (0x1)"}, {"Sensor Type (Threshold)", "T"}},
+  EXPECT_THROW(getSensorDescription({{"Sensor ID", "A (0x1)"}, {"Sensor Type (Threshold)", "T"}},
                                                        Threshold, out),
                std::out_of_range);
-  EXPECT_THROW(IpmitoolCollector::getSensorDescription({{"Sensor ID", "A (0x1)"}, {"Entity ID", "7.1"}}, Discrete, out),
+  EXPECT_THROW(getSensorDescription({{"Sensor ID", "A (0x1)"}, {"Entity ID", "7.1"}}, Discrete, out),
                std::out_of_range);
 }
 

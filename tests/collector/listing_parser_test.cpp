@@ -4,7 +4,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "collector/discrete_states.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_parser.h"
+#include "collector/value_rules.h"
 #include "support/log_capture.h"
 
 namespace vtr {
@@ -40,7 +43,7 @@ struct Parser {
   explicit Parser(const CollectorConfig& config) : collector(config, stop) {}
   SensorListing parse(const std::string& output, const StatesMap& states = {}) const {
     SensorListing listing;
-    collector.parseSensorListing(output, states, listing);
+    parseSensorListing(collector.config(), output, states, listing);
     return listing;
   }
   volatile bool stop = false;
@@ -157,7 +160,7 @@ TEST(ListingParserTest, StatesTextCollectsItsBracketedContinuationLines) {
   EXPECT_EQ(listing[0].at("Assertion Events"), "Presence detected");
 
   std::string text = listing[0].at("States Asserted");
-  parser.collector.parseFieldValue("States Asserted", text);
+  parseFieldValue(parser.collector.config(), "States Asserted", text);
   EXPECT_EQ(text, "Device Present,Transition to OK");
 }
 
@@ -207,22 +210,22 @@ TEST(DiscreteStatesTest, ThresholdRecordsAreNeverGivenAStatesWord) {
   const Parser parser(configWith(true, true, false));
   const StatesMap states = {{"CPU Temp", "0x0001"}};
   SensorRecord threshold = {{"Sensor Type (Threshold)", "Temperature"}};
-  parser.collector.updateDiscreteSensorData(states, "CPU Temp", threshold);
+  updateDiscreteSensorData(parser.collector.config(), states, "CPU Temp", threshold);
   EXPECT_EQ(threshold.count("States Asserted"), 0u);
 
   SensorRecord discrete = {{"Sensor Type (Discrete)", "Power Supply"}};
-  parser.collector.updateDiscreteSensorData(states, "CPU Temp", discrete);
+  updateDiscreteSensorData(parser.collector.config(), states, "CPU Temp", discrete);
   EXPECT_EQ(discrete.at("States Asserted"), "0x0001");
 }
 
 TEST(DiscreteStatesTest, EmptyWordOfAnNaSensorTakesTheDefault) {
   const StatesMap states = {{"PS2 Status", ""}};
   SensorRecord withDefault = {{"Sensor Type (Discrete)", "Power Supply"}};
-  Parser(configWith(true, true, true)).collector.updateDiscreteSensorData(states, "PS2 Status", withDefault);
+  updateDiscreteSensorData(configWith(true, true, true), states, "PS2 Status", withDefault);
   EXPECT_EQ(withDefault.at("States Asserted"), "0x0");
 
   SensorRecord without = {{"Sensor Type (Discrete)", "Power Supply"}};
-  Parser(configWith(true, true, false)).collector.updateDiscreteSensorData(states, "PS2 Status", without);
+  updateDiscreteSensorData(configWith(true, true, false), states, "PS2 Status", without);
   EXPECT_EQ(without.count("States Asserted"), 0u);
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/schema_builder.h"
 #include "support/log_capture.h"
 #include "support/fake_ipmitool.h"
 
@@ -219,7 +220,7 @@ TEST(SchemaBuilderTest, FreeingFieldsEmptiesTheVector) {
   const volatile bool stop = false;
   IpmitoolCollector collector(CollectorConfig(false, true, false, "", 30, false), stop);
   FieldInfos some;
-  some.push_back(collector.createSchemaField("fan1", "FAN1 (0x6) 29.1 Fan", "double", 0, 1));
+  some.push_back(createSchemaField("fan1", "FAN1 (0x6) 29.1 Fan", "double", 0, 1));
   ASSERT_NE(some.front(), nullptr);
   EXPECT_STREQ(some.front()->type_name, "double");
   IpmitoolCollector::freeFieldsInfo(some);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/sensor_identity.h"
 #include "support/log_capture.h"
 
 namespace vtr {
@@ -48,7 +49,7 @@ TEST_F(SensorIdentityTest, NameStemDropsTheCharacterBeforeTheParenthesis) {
   };
   for (const auto& [id, want] : cases) {
     std::string name = "stale";
-    IpmitoolCollector::getSensorName(id, name);
+    getSensorName(id, name);
     EXPECT_EQ(name, want) << "Sensor ID '" << id << "'";
   }
 }
@@ -58,16 +59,16 @@ TEST_F(SensorIdentityTest, NumberIsReadInHexadecimalBetweenTheParentheses) {
       {"CPU Temp (0x1)", 1}, {"PSU Status (2d)", 45}, {"A (0x2e) (0x3)", 46}, {"A (  0x1f junk)", 31},
       {"A (-0x2)", -2},      {"Temp", -1},            {"A (0x1", -1},         {"A )(0x7", 7},
   };
-  for (const auto& [id, want] : cases) EXPECT_EQ(collector.getSensorNumber(id), want) << "Sensor ID '" << id << "'";
+  for (const auto& [id, want] : cases) EXPECT_EQ(getSensorNumber(id), want) << "Sensor ID '" << id << "'";
   EXPECT_TRUE(log.all().empty());
 }
 
 TEST_F(SensorIdentityTest, UnreadableNumberWarnsAndYieldsMinusOne) {
-  EXPECT_EQ(collector.getSensorNumber("Temp (xyz)"), -1);
+  EXPECT_EQ(getSensorNumber("Temp (xyz)"), -1);
   EXPECT_TRUE(log.contains(VTR_LOG_WARNING,
                            "[ipmitool collector] Could not parse Sensor Number from Sensor ID 'Temp (xyz)': unable to "
                            "convert to integer."));
-  EXPECT_EQ(collector.getSensorNumber("Temp (0x1ffffffff)"), -1);
+  EXPECT_EQ(getSensorNumber("Temp (0x1ffffffff)"), -1);
   EXPECT_TRUE(log.contains(VTR_LOG_WARNING,
                            "[ipmitool collector] Could not parse Sensor Number from Sensor ID 'Temp (0x1ffffffff)': "
                            "Sensor Number is out of range for integer conversion."));

@@ -3,7 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "collector/ipmitool_collector.h"
+#include "collector/collector_config.h"
+#include "collector/field_naming.h"
+#include "collector/field_selection.h"
+#include "collector/value_rules.h"
 #include "support/log_capture.h"
 
 namespace vtr {
@@ -12,34 +15,28 @@ namespace {
 
 using test::LogRecorder;
 
-struct CollectorUnderTest {
-  explicit CollectorUnderTest(const CollectorConfig& config) : collector(config, stop) {}
-  volatile bool stop = false;
-  IpmitoolCollector collector;
-};
-
 CollectorConfig configWith(bool discrete, bool continuous, bool emptyFields, const std::string& invalid = "") {
   return CollectorConfig(discrete, continuous, emptyFields, invalid, 30, false);
 }
 
 TEST(ValueRulesTest, NoReadingTextsAreInvalidExactlyAsWritten) {
-  const CollectorUnderTest plain(configWith(false, true, false));
-  EXPECT_FALSE(plain.collector.isValidValue(""));
-  EXPECT_FALSE(plain.collector.isValidValue("na"));
-  EXPECT_FALSE(plain.collector.isValidValue("Unspecified"));
-  EXPECT_FALSE(plain.collector.isValidValue("Unable to read sensor: Device Not Present"));
-  EXPECT_TRUE(plain.collector.isValidValue("NA"));
-  EXPECT_TRUE(plain.collector.isValidValue(" na"));
-  EXPECT_TRUE(plain.collector.isValidValue("N/A"));
+  const CollectorConfig plain(configWith(false, true, false));
+  EXPECT_FALSE(isValidValue(plain, ""));
+  EXPECT_FALSE(isValidValue(plain, "na"));
+  EXPECT_FALSE(isValidValue(plain, "Unspecified"));
+  EXPECT_FALSE(isValidValue(plain, "Unable to read sensor: Device Not Present"));
+  EXPECT_TRUE(isValidValue(plain, "NA"));
+  EXPECT_TRUE(isValidValue(plain, " na"));
+  EXPECT_TRUE(isValidValue(plain, "N/A"));
 
-  const CollectorUnderTest extended(configWith(false, true, false, "N/A,,Disabled"));
-  EXPECT_FALSE(extended.collector.isValidValue("N/A"));
-  EXPECT_FALSE(extended.collector.isValidValue("Disabled"));
-  EXPECT_TRUE(extended.collector.isValidValue("disabled"));
+  const CollectorConfig extended(configWith(false, true, false, "N/A,,Disabled"));
+  EXPECT_FALSE(isValidValue(extended, "N/A"));
+  EXPECT_FALSE(isValidValue(extended, "Disabled"));
+  EXPECT_TRUE(isValidValue(extended, "disabled"));
 }
 
 TEST(ValueRulesTest, SensorReadingKeepsOnlyTheNumberBeforeTheTolerance) {
-  const CollectorUnderTest c(configWith(false, true, false));
+  const CollectorConfig c(configWith(false, true, false));
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"45 (+/- 0.5) degrees C", "45"},
       {"0x0a", "0x0a"},
@@ -49,22 +46,22 @@ TEST(ValueRulesTest, SensorReadingKeepsOnlyTheNumberBeforeTheTolerance) {
   };
   for (const auto& [in, want] : cases) {
     std::string value = in;
-    c.collector.parseFieldValue("Sensor Reading", value);
+    parseFieldValue(c, "Sensor Reading", value);
     EXPECT_EQ(value, want) << "input '" << in << "'";
   }
   std::string other = " 45 (x) ";
-  c.collector.parseFieldValue("Nominal Reading", other);
+  parseFieldValue(c, "Nominal Reading", other);
   EXPECT_EQ(other, " 45 (x) ");
 }
 
 TEST(ValueRulesTest, StatesTextBecomesACommaListOnlyWhenAskedFor) {
   CollectorConfig config = configWith(true, true, false);
   std::string numeric = "0x0100";
-  CollectorUnderTest(config).collector.parseFieldValue("States Asserted", numeric);
+  parseFieldValue(config, "States Asserted", numeric);
   EXPECT_EQ(numeric, "0x0100");
 
   config.statesAssertedAsText = true;
-  const CollectorUnderTest c(config);
+  const CollectorConfig c(config);
   std::string longList = "[";
   longList.append(98, 'a');
   longList += "]";
@@ -79,18 +76,18 @@ TEST(ValueRulesTest, StatesTextBecomesACommaListOnlyWhenAskedFor) {
   };
   for (const auto& [in, want] : cases) {
     std::string value = in;
-    c.collector.parseFieldValue("States Asserted", value);
+    parseFieldValue(c, "States Asserted", value);
     EXPECT_EQ(value, want) << "input '" << in << "'";
   }
 }
 
 TEST(ValueRulesTest, MissingValueIsDroppedWhenEmptyFieldsAreOff) {
   LogRecorder log;
-  const CollectorUnderTest c(configWith(true, true, false));
+  const CollectorConfig c(configWith(true, true, false));
   SensorRecord record = {{"Sensor ID", "Fan (0x1)"}};
   std::string value = "na";
-  c.collector.handleInvalidSensorValue("Fan", "Sensor Reading", value, record);
-  c.collector.handleInvalidSensorValue("Fan", "Sensor Reading", value, record);
+  handleInvalidSensorValue(c, "Fan", "Sensor Reading", value, record);
+  handleInvalidSensorValue(c, "Fan", "Sensor Reading", value, record);
   EXPECT_EQ(record.size(), 1u);
   EXPECT_EQ(value, "na");
   // Rate-limited: the second call within ten seconds stays silent.
@@ -101,7 +98,7 @@ TEST(ValueRulesTest, MissingValueIsDroppedWhenEmptyFieldsAreOff) {
 
 TEST(ValueRulesTest, MissingValueGetsItsTypesDefaultWhenEmptyFieldsAreOn) {
   LogRecorder log;
-  const CollectorUnderTest under(configWith(true, true, true));
+  const CollectorConfig under(configWith(true, true, true));
   struct Case {
     std::string label;
     std::string wantValue;
@@ -115,7 +112,7 @@ TEST(ValueRulesTest, MissingValueGetsItsTypesDefaultWhenEmptyFieldsAreOn) {
   for (const auto& c : cases) {
     SensorRecord record;
     std::string value = "na";
-    under.collector.handleInvalidSensorValue("Fan", c.label, value, record);
+    handleInvalidSensorValue(under, "Fan", c.label, value, record);
     EXPECT_EQ(value, c.wantValue) << c.label;
     EXPECT_EQ(record.count(c.label), c.stored ? 1u : 0u) << c.label;
     if (c.stored) {
@@ -129,17 +126,17 @@ TEST(ValueRulesTest, MissingValueGetsItsTypesDefaultWhenEmptyFieldsAreOn) {
 
 TEST(ValueRulesTest, UnusableDiscreteTypeTextStillMarksTheSensorDiscrete) {
   LogRecorder log;
-  const CollectorUnderTest c(configWith(true, true, true));
+  const CollectorConfig c(configWith(true, true, true));
   SensorRecord record;
   std::string value = "Unspecified";
-  c.collector.handleInvalidSensorValue("PS1", "Sensor Type (Discrete)", value, record);
+  handleInvalidSensorValue(c, "PS1", "Sensor Type (Discrete)", value, record);
   EXPECT_EQ(record.at("Sensor Type (Discrete)"), "Unspecified");
-  EXPECT_EQ(IpmitoolCollector::getSensorType(record), Discrete);
+  EXPECT_EQ(getSensorType(record), Discrete);
   EXPECT_TRUE(log.contains(VTR_LOG_DEBUG, "[ipmitool collector] The type for discrete sensor 'PS1' is unknown."));
 
-  const CollectorUnderTest noDiscrete(configWith(false, true, true));
+  const CollectorConfig noDiscrete(configWith(false, true, true));
   SensorRecord untouched;
-  noDiscrete.collector.handleInvalidSensorValue("PS1", "Sensor Type (Discrete)", value, untouched);
+  handleInvalidSensorValue(noDiscrete, "PS1", "Sensor Type (Discrete)", value, untouched);
   EXPECT_TRUE(untouched.empty());
 }
 
@@ -186,8 +183,8 @@ TEST(ValueRulesTest, SensorIsKeptOnlyWithIdentityKindAndAPublishableValue) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     LogRecorder log;
-    const CollectorUnderTest under(configWith(c.discrete, c.continuous, false));
-    EXPECT_EQ(under.collector.toAddSensorData(c.record), c.want);
+    const CollectorConfig under(configWith(c.discrete, c.continuous, false));
+    EXPECT_EQ(toAddSensorData(under, c.record), c.want);
     if (!c.wantDebug.empty()) {
       EXPECT_TRUE(log.contains(VTR_LOG_DEBUG, c.wantDebug));
     }
@@ -197,12 +194,12 @@ TEST(ValueRulesTest, SensorIsKeptOnlyWithIdentityKindAndAPublishableValue) {
 TEST(FieldSelectionTest, OnlyTheKindsSwitchedOnLabelsArePublished) {
   CollectorConfig config = configWith(true, true, false);
   config.excludeDiscreteField("States Asserted");
-  const CollectorUnderTest c(config);
-  EXPECT_TRUE(c.collector.toAddSensorField("Sensor Reading", Threshold));
-  EXPECT_FALSE(c.collector.toAddSensorField("Sensor Reading", Discrete));
-  EXPECT_FALSE(c.collector.toAddSensorField("States Asserted", Discrete));
-  EXPECT_FALSE(c.collector.toAddSensorField("Sensor Reading", Unknown));
-  EXPECT_FALSE(c.collector.toAddSensorField("Status", Threshold));
+  const CollectorConfig c(config);
+  EXPECT_TRUE(toAddSensorField(c, "Sensor Reading", Threshold));
+  EXPECT_FALSE(toAddSensorField(c, "Sensor Reading", Discrete));
+  EXPECT_FALSE(toAddSensorField(c, "States Asserted", Discrete));
+  EXPECT_FALSE(toAddSensorField(c, "Sensor Reading", Unknown));
+  EXPECT_FALSE(toAddSensorField(c, "Status", Threshold));
 }
 
 }  // namespace

@@ -1,0 +1,29 @@
+#ifndef VTR_COLLECTOR_DISCRETE_STATES_H
+#define VTR_COLLECTOR_DISCRETE_STATES_H
+
+#include <string>
+#include <unordered_set>
+
+#include "collector/collector_config.h"
+#include "collector/collector_types.h"
+
+namespace vtr {
+namespace ipmitool {
+
+// Reads the compact table ("ipmitool sensor | grep discrete") into sensor name -> states
+// word. A name printed twice, an "na" (unless empty fields are included) or an unreadable
+// word leaves the sensor out. At start-up (`knownAtStart` null) each refusal is logged;
+// afterwards only the sensors of `knownAtStart` are read, silently.
+void readDiscreteStatesTable(const CollectorConfig& config, const std::string& output,
+                             const std::unordered_set<std::string>* knownAtStart,
+                             DiscreteSensorsData& discrete_sensors_data);
+
+// Gives a discrete sensor's record its states word from the compact table, unless the
+// verbose listing already gave it one.
+void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSensorsData& discrete_sensors_data,
+                              const std::string& sensorName, SensorRecord& record);
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+#endif

@@ -1,0 +1,17 @@
+#ifndef VTR_COLLECTOR_SENSOR_IDENTITY_H
+#define VTR_COLLECTOR_SENSOR_IDENTITY_H
+
+#include <string>
+
+namespace vtr {
+namespace ipmitool {
+
+// The "Sensor ID" text before its " (0x..)" in snake case: "CPU1 Temp (0x1)" -> "cpu1_temp".
+void getSensorName(const std::string& sensorId, std::string& sensorName);
+// The hexadecimal number between the parentheses of a "Sensor ID"; -1 when there is none.
+int getSensorNumber(const std::string& sensorId);
+
+}  // namespace ipmitool
+}  // namespace vtr
+
+#endif
