@@ -22,12 +22,13 @@ class CollectorConfig {
   void includeDiscreteField(const std::string& label);
   void excludeDiscreteField(const std::string& label);
 
-  unsigned int commandTimeout = 30;
-  bool useSudo = false;
-  bool includeDiscreteSensors = false;
-  bool includeContinuousSensors = true;
-  bool includeEmptyFields = false;
-  bool statesAssertedAsText = false;
+  // Set by the constructor from the provider's options, whose defaults live in its option table.
+  unsigned int commandTimeout;
+  bool useSudo;
+  bool includeDiscreteSensors;
+  bool includeContinuousSensors;
+  bool includeEmptyFields;
+  bool statesAssertedAsText;
   std::map<std::string, bool> discreteFields;
   std::map<std::string, bool> continuousFields;
   std::map<std::string, CollectorFieldType> fieldDefaultTypes;
