@@ -67,8 +67,12 @@ class IpmitoolCollector {
 
   // Sample assembly and value rules.
   bool getSensorsData(SensorSample& out);
-  // The text half of getSensorsData: the schema fields' values of a listing already read.
-  void assembleSample(const SensorListing& listing, SensorSample& out) const;
+  // The fields of the last getSensorsData whose value is the empty-field default.
+  const std::unordered_set<std::string>& fieldsFilledWithDefault() const { return fieldsFilledWithDefault_; }
+  // The text half of getSensorsData: the schema fields' values of a listing already read,
+  // and (when asked) the names of those filled with the empty-field default.
+  void assembleSample(const SensorListing& listing, SensorSample& out,
+                      std::unordered_set<std::string>* filledWithDefault = nullptr) const;
   bool toAddSensorData(const SensorRecord& record) const;
   void parseFieldValue(const std::string& label, std::string& value) const;
   bool isValidValue(const std::string& value) const;
@@ -90,6 +94,7 @@ class IpmitoolCollector {
   std::unordered_map<std::string, std::string> sensorsIdsMap;
   std::unordered_set<std::string> discreteSensorsAtStart;
   std::unordered_map<std::string, CollectorFieldType> schemaFieldTypes;
+  std::unordered_set<std::string> fieldsFilledWithDefault_;
 };
 
 }  // namespace ipmitool

@@ -40,6 +40,7 @@ void fill_provider_record(provider_t& provider) {
   record.reserved2 = 0;
   provider.type_id = kNoTypeId;
   provider.mutex = PTHREAD_MUTEX_INITIALIZER;
+  provider.stop_wake = PTHREAD_COND_INITIALIZER;
 }
 
 }  // namespace
@@ -86,6 +87,9 @@ void ipmitool_provider_destroy(vtr_event_provider_t* record) {
   provider->collector = nullptr;
   free(provider->event_buffer);
   provider->event_buffer = nullptr;
+  std::vector<uint8_t>().swap(provider->pass_field_status);
+  std::vector<uint8_t>().swap(provider->handed_field_status);
+  pthread_cond_destroy(&provider->stop_wake);
   pthread_mutex_destroy(&provider->mutex);
 }
 
