@@ -1,5 +1,6 @@
 #include "collector/shell_run.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -11,6 +12,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 extern char** environ;
 
@@ -47,8 +51,9 @@ class FileDescriptor {
 bool stopIsSet(const volatile bool& flag) { return __atomic_load_n(&flag, __ATOMIC_ACQUIRE); }
 
 // posix_spawn: nothing but async-signal-safe work happens between fork and exec, whatever
-// other threads of the host do. The child gets a fresh group, an empty signal mask and the
-// default actions of the signals a host commonly blocks or ignores.
+// other threads of the host do. The child leads a session of its own (so it has no terminal
+// to prompt on), with an empty signal mask and the default actions of the signals a host
+// commonly blocks or ignores.
 pid_t spawnShell(const std::string& line, int stdoutFd) {
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
@@ -63,8 +68,7 @@ pid_t spawnShell(const std::string& line, int stdoutFd) {
   sigemptyset(&defaultSignals);
   for (int number : {SIGINT, SIGTERM, SIGPIPE}) sigaddset(&defaultSignals, number);
   posix_spawn_file_actions_adddup2(&actions, stdoutFd, STDOUT_FILENO);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  posix_spawnattr_setpgroup(&attributes, 0);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   posix_spawnattr_setsigmask(&attributes, &noSignals);
   posix_spawnattr_setsigdefault(&attributes, &defaultSignals);
 
@@ -97,6 +101,44 @@ bool readAvailable(int fd, std::string& output) {
     return false;
   }
   return true;
+}
+
+// The session of a process, from /proc/<pid>/stat; -1 when it cannot be read.
+pid_t sessionOf(const char* pid) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/%s/stat", pid);
+  FILE* file = std::fopen(path, "re");
+  if (file == nullptr) return -1;
+  char stat[512];
+  const std::size_t got = std::fread(stat, 1, sizeof stat - 1, file);
+  std::fclose(file);
+  stat[got] = '\0';
+  // The command name in parentheses may hold anything; the fields after it do not.
+  const char* afterName = std::strrchr(stat, ')');
+  char state = 0;
+  int parent = 0;
+  int group = 0;
+  int session = -1;
+  if (afterName == nullptr || std::sscanf(afterName + 1, " %c %d %d %d", &state, &parent, &group, &session) != 4) {
+    return -1;
+  }
+  return session;
+}
+
+// Kills every process of the session `leader` leads. `timeout` moves the tool into a group
+// of its own, so the shell's group alone would miss it. The leader is still unreaped, so
+// its id cannot name anyone else's session. A second sweep catches what forked during the
+// first.
+void killSession(pid_t leader) {
+  for (int sweep = 0; sweep < 2; ++sweep) {
+    DIR* proc = opendir("/proc");
+    if (proc == nullptr) break;
+    while (const dirent* entry = readdir(proc)) {
+      if (entry->d_name[0] < '1' || entry->d_name[0] > '9') continue;
+      if (sessionOf(entry->d_name) == leader) kill(static_cast<pid_t>(std::atoi(entry->d_name)), SIGKILL);
+    }
+    closedir(proc);
+  }
 }
 
 int pollMilliseconds(Clock::time_point deadline, bool watchingExit, bool readingPipe) {
@@ -147,6 +189,7 @@ ShellRun runInProcessGroup(const std::string& line, unsigned int timeLimitSec, c
   run.end = watch(pid, reader, deadline, stopFlag, run.output);
   // The tool past its limit, or whatever the shell left behind holding the pipe.
   kill(-pid, SIGKILL);
+  killSession(pid);
   while (waitpid(pid, &run.status, 0) < 0 && errno == EINTR) {
   }
   if (run.end != ShellEnd::Exited && run.end != ShellEnd::DeadlineKilled) std::string().swap(run.output);

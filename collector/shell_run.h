@@ -27,9 +27,9 @@ struct ShellRun {
   std::string output;  // standard output; empty unless the shell exited or hit the deadline
 };
 
-// Runs `/bin/sh -c line` in a process group of its own, its standard output into a pipe
-// (standard error is inherited, as with popen). The run ends when the shell does; whatever
-// the shell left behind in its group is then killed, so a background child holding the pipe
+// Runs `/bin/sh -c line` in a session of its own, its standard output into a pipe (standard
+// error is inherited, as with popen). The run ends when the shell does; whatever the shell
+// left behind in its session is then killed, so a background child holding the pipe
 // cannot keep the reader waiting. `timeLimitSec` 0 means no deadline; `stopFlag` is polled
 // at least every 200 ms. Nothing is left running or unreaped when this returns.
 ShellRun runInProcessGroup(const std::string& line, unsigned int timeLimitSec, const volatile bool& stopFlag);

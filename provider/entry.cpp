@@ -66,7 +66,11 @@ vtr_event_provider_t* construct_event_provider(vtr_custom_options* options) {
 
 bool ipmitool_provider_stop(vtr_event_provider_t* record) {
   provider_t* provider = provider_from_record(record);
-  if (provider->thread == 0) return true;
+  if (provider->thread == 0) {
+    // A host on another thread may stop an initialize that is reading the sensors.
+    if (__atomic_load_n(&provider->initializing, __ATOMIC_ACQUIRE)) vtr::ipmitool::request_stop(provider);
+    return true;
+  }
   vtr::ipmitool::request_stop(provider);
   pthread_join(provider->thread, nullptr);
   provider->thread = 0;

@@ -45,6 +45,8 @@ struct provider_t {
   uint8_t pending_events = 0;                                // 0 or 1, guarded by `mutex`
 
   pthread_t thread = 0;  // the sampling thread; 0 when none runs
+  // True while `initialize` runs, so that a `stop` from another thread can cut its tool runs short.
+  bool initializing = false;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   // Written by `stop`, read by the sampling thread and the collector: go through
   // request_stop()/stop_was_requested() so both sides see one atomic access.
