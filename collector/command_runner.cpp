@@ -49,7 +49,7 @@ int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& outp
   const std::string line = composeCommandLine(command, config_.commandTimeout, config_.useSudo);
   vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s'", line.c_str());
 
-  ShellRun run = runInProcessGroup(line, config_.commandTimeout, stopRequested);
+  ShellRun run = runInOwnSession(line, config_.commandTimeout, stopRequested);
   switch (run.end) {
     case ShellEnd::NotStarted:
       vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Unable to open pipe for command execution: '%s'",

@@ -148,14 +148,15 @@ int pollMilliseconds(Clock::time_point deadline, bool watchingExit, bool reading
   return static_cast<int>(std::max<decltype(ms)>(ms, 0));
 }
 
-// Reads until the shell ends or a reason to kill its group comes up.
+// Reads until the shell ends or a reason to kill its session comes up. `reader` is closed
+// once it reached end of file.
 ShellEnd watch(pid_t pid, FileDescriptor& reader, Clock::time_point deadline, const volatile bool& stopFlag,
                std::string& output) {
   const FileDescriptor exitWatch(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
   for (;;) {
     if (stopIsSet(stopFlag)) return ShellEnd::Stopped;
     if (shellEnded(pid)) {
-      if (reader.valid()) readAvailable(reader.get(), output);
+      if (reader.valid() && !readAvailable(reader.get(), output)) reader.reset();
       return output.size() > kMaxCommandOutputBytes ? ShellEnd::OutputTooLarge : ShellEnd::Exited;
     }
     if (Clock::now() >= deadline) return ShellEnd::DeadlineKilled;
@@ -172,7 +173,7 @@ ShellEnd watch(pid_t pid, FileDescriptor& reader, Clock::time_point deadline, co
 
 }  // namespace
 
-ShellRun runInProcessGroup(const std::string& line, unsigned int timeLimitSec, const volatile bool& stopFlag) {
+ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, const volatile bool& stopFlag) {
   ShellRun run;
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return run;
@@ -187,9 +188,10 @@ ShellRun runInProcessGroup(const std::string& line, unsigned int timeLimitSec, c
       timeLimitSec == 0 ? Clock::time_point::max()
                         : Clock::now() + std::chrono::seconds(timeLimitSec) + std::chrono::seconds(kTimeLimitGraceSec);
   run.end = watch(pid, reader, deadline, stopFlag, run.output);
-  // The tool past its limit, or whatever the shell left behind holding the pipe.
+  // The tool past its limit, or whatever the shell left behind holding the pipe. A run that
+  // ended cleanly, its output closed, needs no search.
   kill(-pid, SIGKILL);
-  killSession(pid);
+  if (run.end != ShellEnd::Exited || reader.valid()) killSession(pid);
   while (waitpid(pid, &run.status, 0) < 0 && errno == EINTR) {
   }
   if (run.end != ShellEnd::Exited && run.end != ShellEnd::DeadlineKilled) std::string().swap(run.output);

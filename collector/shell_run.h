@@ -16,9 +16,9 @@ constexpr unsigned int kTimeLimitGraceSec = 3;
 enum class ShellEnd {
   Exited,          // the shell ended by itself; `status` is its wait status
   NotStarted,      // no pipe or no process
-  DeadlineKilled,  // still running at the time limit plus the grace: the group was killed
-  Stopped,         // the stop flag was set while it ran: the group was killed
-  OutputTooLarge,  // wrote more than kMaxCommandOutputBytes: the group was killed
+  DeadlineKilled,  // still running at the time limit plus the grace: the session was killed
+  Stopped,         // the stop flag was set while it ran: the session was killed
+  OutputTooLarge,  // wrote more than kMaxCommandOutputBytes: the session was killed
 };
 
 struct ShellRun {
@@ -32,7 +32,7 @@ struct ShellRun {
 // left behind in its session is then killed, so a background child holding the pipe
 // cannot keep the reader waiting. `timeLimitSec` 0 means no deadline; `stopFlag` is polled
 // at least every 200 ms. Nothing is left running or unreaped when this returns.
-ShellRun runInProcessGroup(const std::string& line, unsigned int timeLimitSec, const volatile bool& stopFlag);
+ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, const volatile bool& stopFlag);
 
 }  // namespace ipmitool
 }  // namespace vtr
