@@ -183,6 +183,9 @@ ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, con
   writer.reset();  // the pipe ends when the last child lets go of it
   if (pid < 0) return run;
   fcntl(reader.get(), F_SETFL, O_NONBLOCK);
+  // Room for the cap up front: only the pages written are used, and the output never moves,
+  // so no copies of it pile up in the heap on the way to the cap.
+  run.output.reserve(kMaxCommandOutputBytes + kReadBlockBytes);
 
   const Clock::time_point deadline =
       timeLimitSec == 0 ? Clock::time_point::max()
@@ -194,7 +197,8 @@ ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, con
   if (run.end != ShellEnd::Exited || reader.valid()) killSession(pid);
   while (waitpid(pid, &run.status, 0) < 0 && errno == EINTR) {
   }
-  if (run.end != ShellEnd::Exited && run.end != ShellEnd::DeadlineKilled) std::string().swap(run.output);
+  if (run.end != ShellEnd::Exited && run.end != ShellEnd::DeadlineKilled) run.output.clear();
+  run.output.shrink_to_fit();
   return run;
 }
 
