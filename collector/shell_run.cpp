@@ -105,9 +105,8 @@ bool readAvailable(int fd, std::string& output) {
 
 // The session of a process, from /proc/<pid>/stat; -1 when it cannot be read.
 pid_t sessionOf(const char* pid) {
-  char path[64];
-  std::snprintf(path, sizeof path, "/proc/%s/stat", pid);
-  FILE* file = std::fopen(path, "re");
+  const std::string path = std::string("/proc/") + pid + "/stat";
+  FILE* file = std::fopen(path.c_str(), "re");
   if (file == nullptr) return -1;
   char stat[512];
   const std::size_t got = std::fread(stat, 1, sizeof stat - 1, file);
