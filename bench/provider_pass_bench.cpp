@@ -61,7 +61,7 @@ class LargeServer {
   // Converts a sample into the event and writes it as one block into a reused buffer.
   int convertAndWrite(const SensorSample& sample) {
     provider_t& provider = state();
-    vtr::ipmitool::write_sample_to_event(&provider, sample, vtr_now_us());
+    vtr::ipmitool::write_sample_to_event(&provider, sample, {}, vtr_now_us());
     vtr_data_serializer_t serializer{typeSystem_, buffer_.data(), buffer_.size(), 0};
     return vtr_data_serializer_write_events(&serializer, provider.schema_id, provider.type_id, provider.event_buffer,
                                             1);

@@ -25,6 +25,11 @@ using DiscreteSensorsData = std::unordered_map<std::string, std::string>;
 // One sample: schema field name -> value text.
 using SensorSample = std::unordered_map<std::string, std::string>;
 
+// A record holds this extra label, with an empty value, for each label whose value is the
+// empty-field default rather than a reading. No listing label starts with '\x01'.
+inline std::string defaultMarkLabel(const std::string& label) { return '\x01' + label; }
+inline bool isDefaultMarkLabel(const std::string& label) { return !label.empty() && label[0] == '\x01'; }
+
 }  // namespace ipmitool
 }  // namespace vtr
 

@@ -1,9 +1,8 @@
-#include <cstdio>
-#include <cstring>
 #include <string>
 #include <utility>
 
 #include "collector/ipmitool_collector.h"
+#include "collector/shell_run.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
 
@@ -20,34 +19,12 @@ std::string composeCommandLine(const std::string& command, unsigned int timeoutS
   return line;
 }
 
-// Closes the pipe even when reading throws (memory exhaustion), so no child is left behind.
-class ReadPipe {
- public:
-  explicit ReadPipe(const std::string& line) : pipe_(popen(line.c_str(), "r")) {}
-  ~ReadPipe() {
-    if (pipe_ != nullptr) pclose(pipe_);
-  }
-  ReadPipe(const ReadPipe&) = delete;
-  ReadPipe& operator=(const ReadPipe&) = delete;
+// The exit code with which `timeout` reports that it stopped the command.
+constexpr int kTimedOutCode = 124;
 
-  bool isOpen() const { return pipe_ != nullptr; }
-  FILE* stream() const { return pipe_; }
-  // The status word of pclose (-1 when it failed).
-  int close() {
-    const int status = pclose(pipe_);
-    pipe_ = nullptr;
-    return status;
-  }
-
- private:
-  FILE* pipe_;
-};
-
-std::string readWholeOutput(FILE* pipe) {
-  std::string collected;
-  char chunk[128];
-  while (fgets(chunk, sizeof chunk, pipe) != nullptr) collected.append(chunk, strlen(chunk));
-  return collected;
+int reportTimedOut() {
+  vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Command timed out");
+  return kTimedOutCode;
 }
 
 // The shell's exit code, or -1 when it did not exit normally (signal, or pclose failed).
@@ -57,10 +34,7 @@ int classifyStatus(int status) {
     return -1;
   }
   const int code = (status >> 8) & 0xff;
-  if (code == 124) {
-    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Command timed out");
-    return code;
-  }
+  if (code == kTimedOutCode) return reportTimedOut();
   vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Command exited with code: %d", code);
   return code;
 }
@@ -75,19 +49,29 @@ int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& outp
   const std::string line = composeCommandLine(command, config_.commandTimeout, config_.useSudo);
   vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s'", line.c_str());
 
-  ReadPipe pipe(line);
-  if (!pipe.isOpen()) {
-    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Unable to open pipe for command execution: '%s'",
-                         line.c_str());
-    return -1;
+  ShellRun run = runInOwnSession(line, config_.commandTimeout, stopRequested);
+  switch (run.end) {
+    case ShellEnd::NotStarted:
+      vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Unable to open pipe for command execution: '%s'",
+                           line.c_str());
+      return -1;
+    case ShellEnd::OutputTooLarge:
+      vtr_log_rate_limited(VTR_LOG_ERR,
+                           "[ipmitool collector] Command output exceeded %zu bytes; run abandoned: '%s'",
+                           kMaxCommandOutputBytes, line.c_str());
+      return -1;
+    case ShellEnd::Stopped:
+      return -1;
+    case ShellEnd::DeadlineKilled:
+    case ShellEnd::Exited:
+      break;
   }
-  std::string collected = readWholeOutput(pipe.stream());
-  const int status = pipe.close();
   // A stop that came while the tool ran makes its output worthless.
   if (stopIsRequested()) return -1;
 
-  const int result = classifyStatus(status);
-  output = std::move(collected);
+  // A tool that outlived `timeout` by the grace is reported as `timeout` itself would have.
+  const int result = run.end == ShellEnd::DeadlineKilled ? reportTimedOut() : classifyStatus(run.status);
+  output = std::move(run.output);
   return result;
 }
 

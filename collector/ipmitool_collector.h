@@ -27,6 +27,8 @@ class IpmitoolCollector {
   static void freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields);
   // One sample of the fields fixed by setFieldsInfo.
   bool getSensorsData(SensorSample& out);
+  // The fields of the last getSensorsData whose value is the empty-field default.
+  const std::unordered_set<std::string>& fieldsFilledWithDefault() const { return fieldsFilledWithDefault_; }
 
   const CollectorConfig& config() const { return config_; }
 
@@ -37,8 +39,10 @@ class IpmitoolCollector {
   void parseDiscreteStatesTable(const std::string& output, DiscreteSensorsData& discrete_sensors_data);
   void createSensorsIdsMap(const SensorListing& listing);
   std::string getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const;
-  // The schema fields' values of a listing already read.
-  void assembleSample(const SensorListing& listing, SensorSample& out) const;
+  // The schema fields' values of a listing already read, and (when asked) the names of
+  // those filled with the empty-field default.
+  void assembleSample(const SensorListing& listing, SensorSample& out,
+                      std::unordered_set<std::string>* filledWithDefault = nullptr) const;
 
  private:
   void getIpmitoolSensorData(SensorListing& listing);
@@ -55,6 +59,7 @@ class IpmitoolCollector {
   std::unordered_map<std::string, std::string> sensorsIdsMap;
   std::unordered_set<std::string> discreteSensorsAtStart;
   std::unordered_map<std::string, CollectorFieldType> schemaFieldTypes;
+  std::unordered_set<std::string> fieldsFilledWithDefault_;
 };
 
 }  // namespace ipmitool

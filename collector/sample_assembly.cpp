@@ -21,17 +21,19 @@ bool IpmitoolCollector::readListing(SensorListing& listing) {
 }
 
 bool IpmitoolCollector::getSensorsData(SensorSample& out) {
+  fieldsFilledWithDefault_.clear();
   SensorListing listing;
   if (!readListing(listing)) return false;
   if (!schemaCreated) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
     return false;
   }
-  assembleSample(listing, out);
+  assembleSample(listing, out, &fieldsFilledWithDefault_);
   return true;
 }
 
-void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSample& out) const {
+void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSample& out,
+                                       std::unordered_set<std::string>* filledWithDefault) const {
   std::string fieldName;
   for (const SensorRecord& record : listing) {
     const CollectorSensorType kind = getSensorType(record);
@@ -39,6 +41,7 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
     if (name.empty()) continue;
 
     for (const auto& [label, rawValue] : record) {
+      if (isDefaultMarkLabel(label)) continue;
       // An unselected label is skipped whether or not its name is a schema field; its name
       // is built only when the debug line that reports it can be written. This keeps a
       // pass from building a dozen names per sensor that nobody reads.
@@ -62,7 +65,9 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
                 "field.",
                 label.c_str(), fieldTypeName(expected).c_str());
       } else if (type == expected) {
-        out.emplace(fieldName, std::move(value));  // the first value of a field wins
+        const bool first = out.emplace(fieldName, std::move(value)).second;  // the first value of a field wins
+        if (first && filledWithDefault != nullptr && record.count(defaultMarkLabel(label)) != 0)
+          filledWithDefault->insert(fieldName);
       } else {
         // A sensor that switched between decimal and hexadecimal since start-up is dropped, not converted.
         vtr_log(VTR_LOG_WARNING,

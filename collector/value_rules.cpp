@@ -115,6 +115,7 @@ void handleInvalidSensorValue(const CollectorConfig& config, const std::string& 
                          "[ipmitool collector] Value for sensor '%s', field '%s' is missing. Using default value: '%s'.",
                          sensorName.c_str(), label.c_str(), value.c_str());
     record[label] = value;
+    record[defaultMarkLabel(label)];
     return;
   }
   // Keeps the sensor recognisable as discrete even when its type text is unusable.

@@ -64,7 +64,11 @@ vtr_event_provider_t* construct_event_provider(vtr_custom_options* options) {
 
 bool ipmitool_provider_stop(vtr_event_provider_t* record) {
   provider_t* provider = provider_from_record(record);
-  if (provider->thread == 0) return true;
+  if (provider->thread == 0) {
+    // A host on another thread may stop an initialize that is reading the sensors.
+    if (__atomic_load_n(&provider->initializing, __ATOMIC_ACQUIRE)) vtr::ipmitool::request_stop(provider);
+    return true;
+  }
   vtr::ipmitool::request_stop(provider);
   pthread_join(provider->thread, nullptr);
   provider->thread = 0;
@@ -85,6 +89,9 @@ void ipmitool_provider_destroy(vtr_event_provider_t* record) {
   provider->collector = nullptr;
   free(provider->event_buffer);
   provider->event_buffer = nullptr;
+  std::vector<uint8_t>().swap(provider->pass_field_status);
+  std::vector<uint8_t>().swap(provider->handed_field_status);
+  pthread_cond_destroy(&provider->stop_wake);
   pthread_mutex_destroy(&provider->mutex);
 }
 

@@ -106,7 +106,9 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
 bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_t* type_system) {
   provider_t* provider = provider_from_record(record);
   CollectedFields collected;
+  __atomic_store_n(&provider->initializing, true, __ATOMIC_RELEASE);
   const char* error = build_provider(*provider, type_system, collected);
+  __atomic_store_n(&provider->initializing, false, __ATOMIC_RELEASE);
   if (error == nullptr) {
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] ipmitool provider initialized successfully.", kInitializer);
     return true;

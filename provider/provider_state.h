@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "provider/event_provider.h"
 #include "src/data/schema.h"
@@ -37,10 +38,14 @@ struct provider_t {
   uint8_t pending_events = 0;                                // 0 or 1, guarded by `mutex`
 
   pthread_t thread = 0;  // the sampling thread; 0 when none runs
+  // True while `initialize` runs, so that a `stop` from another thread can cut its tool runs short.
+  bool initializing = false;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   // Written by `stop`, read by the sampling thread and the collector: go through
   // request_stop()/stop_was_requested() so both sides see one atomic access.
   volatile bool stop_requested = false;
+  // Wakes the pause between passes when stop is requested; waited on with `mutex`.
+  pthread_cond_t stop_wake = PTHREAD_COND_INITIALIZER;
 
   // The options, read by construct_event_provider from the table in provider_options.cpp.
   bool include_discrete_sensors = false;
@@ -54,6 +59,11 @@ struct provider_t {
   uint16_t field_count = 0;                // fields of the event type, timestamp included
   field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
   IpmitoolCollector* collector = nullptr;  // owned
+
+  // Per field, in schema order, a vtr_field_status_t of the pass that filled the buffer and
+  // of the event `progress` handed over last; guarded by `mutex`.
+  std::vector<uint8_t> pass_field_status;
+  std::vector<uint8_t> handed_field_status;
 };
 
 // The record must be the first member for provider_from_record to be valid.
@@ -69,8 +79,12 @@ inline provider_t* provider_from_record(vtr_event_provider_t* record) {
   return reinterpret_cast<provider_t*>(record);
 }
 
+// Under the mutex, so that a pause about to begin cannot miss the wake-up.
 inline void request_stop(provider_t* provider) {
+  pthread_mutex_lock(&provider->mutex);
   __atomic_store_n(&provider->stop_requested, true, __ATOMIC_RELEASE);
+  pthread_cond_broadcast(&provider->stop_wake);
+  pthread_mutex_unlock(&provider->mutex);
 }
 
 inline bool stop_was_requested(const provider_t* provider) {

@@ -1,8 +1,10 @@
 #include "provider/sampling_thread.h"
 
 #include <pthread.h>
-#include <unistd.h>
+#include <time.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -10,6 +12,7 @@
 
 #include "collector/ipmitool_collector.h"
 #include "provider/field_info.h"
+#include "provider/host_extensions.h"
 #include "runtime/clock.h"
 #include "runtime/logger.h"
 #include "runtime/number_parse.h"
@@ -49,50 +52,56 @@ void store_at(uint8_t* event, uint64_t offset, T value) {
   memcpy(event + offset, &value, sizeof value);
 }
 
-// Writes one field's text in its binary form; a text that does not convert leaves the slot 0.
-void convert_field(const field_info_t& info, const char* name, const std::string& text, uint8_t* event) {
+// Writes one field's text in its binary form; false (and the slot left 0) when it does not convert.
+bool convert_field(const field_info_t& info, const char* name, const std::string& text, uint8_t* event) {
   switch (info.kind) {
     case CollectorFieldType::Uint64: {
       uint64_t value = 0;
-      if (string_to_u64(text.c_str(), &value))
+      if (string_to_u64(text.c_str(), &value)) {
         store_at(event, info.offset, value);
-      else
-        vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint64_t", kPass,
-                             text.c_str());
-      return;
+        return true;
+      }
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint64_t", kPass,
+                           text.c_str());
+      return false;
     }
     case CollectorFieldType::Uint16: {
       uint16_t value = 0;
-      if (string_to_u16(text.c_str(), &value))
+      if (string_to_u16(text.c_str(), &value)) {
         store_at(event, info.offset, value);
-      else
-        vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint16_t", kPass,
-                             text.c_str());
-      return;
+        return true;
+      }
+      vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to uint16_t", kPass,
+                           text.c_str());
+      return false;
     }
     case CollectorFieldType::Double:
       try {
         store_at(event, info.offset, std::stod(text));
+        return true;
       } catch (const std::logic_error& error) {  // invalid_argument and out_of_range
         vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not convert '%s' to double: %s", kPass,
                              text.c_str(), error.what());
       }
-      return;
+      return false;
     case CollectorFieldType::Unknown:
       vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Unknown field type for '%s'", kPass, name);
-      return;
+      return false;
     default:
       vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Unhandled field type for '%s'", kPass, name);
-      return;
+      return false;
   }
 }
 
 }  // namespace
 
-void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
+void write_sample_to_event(provider_t* provider, const SensorSample& sample,
+                           const std::unordered_set<std::string>& filled_with_default, uint64_t timestamp_us) {
   // The lookup key keeps its storage from pass to pass, so lookups do not allocate.
   static thread_local std::string key;
   uint8_t* event = provider->event_buffer;
+  std::vector<uint8_t>& status = provider->pass_field_status;
+  status.assign(provider->field_count, VTR_FIELD_MISSING);
   for (uint16_t i = 0; i < provider->field_count; ++i) {
     const field_info_t* info = provider->field_infos[i];
     if (info == nullptr) {
@@ -101,6 +110,7 @@ void write_sample_to_event(provider_t* provider, const SensorSample& sample, uin
     }
     if (i == 0) {
       store_at(event, info->offset, timestamp_us);
+      status[i] = VTR_FIELD_READ;
       continue;
     }
     // A nameless field is never in the sample; it is reported as missing.
@@ -110,8 +120,10 @@ void write_sample_to_event(provider_t* provider, const SensorSample& sample, uin
     if (found == sample.end()) {
       vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not retrieve value for '%s'", kPass, name);
       convert_field(*info, name, stand_by_text(info->kind), event);
+    } else if (!convert_field(*info, name, found->second, event)) {
+      status[i] = VTR_FIELD_NOT_CONVERTIBLE;
     } else {
-      convert_field(*info, name, found->second, event);
+      status[i] = filled_with_default.count(key) != 0 ? VTR_FIELD_EMPTY_DEFAULT : VTR_FIELD_READ;
     }
   }
 }
@@ -157,7 +169,7 @@ void run_pass(provider_t* provider, SensorSample& sample) {
   // One event of room: a newer sample replaces one the host has not drained.
   provider->pending_events = 1;
   memset(provider->event_buffer, 0, provider->event_size);
-  write_sample_to_event(provider, sample, timestamp_us);
+  write_sample_to_event(provider, sample, provider->collector->fieldsFilledWithDefault(), timestamp_us);
 }
 
 // Whole seconds left of the interval after a pass that began at `start_us`; a clock set back
@@ -165,6 +177,17 @@ void run_pass(provider_t* provider, SensorSample& sample) {
 int64_t seconds_left_of_interval(const provider_t* provider, uint64_t start_us) {
   const uint64_t elapsed_sec = (vtr_now_us() - start_us) / kMicrosecondsPerSecond;
   return static_cast<int64_t>(provider->sample_interval_sec) - static_cast<int64_t>(elapsed_sec);
+}
+
+// Sleeps `seconds` on the monotonic clock, or less when stop is requested meanwhile.
+void pause_unless_stopped(provider_t* provider, int64_t seconds) {
+  timespec until{};
+  clock_gettime(CLOCK_MONOTONIC, &until);
+  until.tv_sec += static_cast<time_t>(seconds);
+  BufferLock lock(&provider->mutex);
+  while (!stop_was_requested(provider)) {
+    if (pthread_cond_clockwait(&provider->stop_wake, &provider->mutex, CLOCK_MONOTONIC, &until) == ETIMEDOUT) return;
+  }
 }
 
 void sampling_loop(provider_t* provider) {
@@ -184,7 +207,7 @@ void sampling_loop(provider_t* provider) {
     }
     vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool] [%s] Sleeping for %ld seconds.", kLoop,
                          static_cast<long>(seconds));
-    sleep(static_cast<unsigned int>(seconds));
+    pause_unless_stopped(provider, seconds);
   } while (!stop_was_requested(provider));
 }
 
@@ -236,9 +259,21 @@ int ipmitool_provider_progress(vtr_event_provider_t* record, void*, vtr_data_ser
       result = -1;
     } else {
       provider->pending_events = static_cast<uint8_t>(provider->pending_events - written);
+      if (written > 0) provider->handed_field_status = provider->pass_field_status;
       result = provider->pending_events != 0 ? 1 : 0;
     }
   }
   pthread_mutex_unlock(&provider->mutex);
   return result;
+}
+
+int vtr_ipmitool_field_status(vtr_event_provider_t* record, uint8_t* statuses, size_t capacity) {
+  if (record == nullptr) return -1;
+  vtr::ipmitool::provider_t* provider = vtr::ipmitool::provider_from_record(record);
+  pthread_mutex_lock(&provider->mutex);
+  const std::vector<uint8_t>& handed = provider->handed_field_status;
+  const int count = handed.empty() ? -1 : static_cast<int>(handed.size());
+  if (statuses != nullptr) std::copy_n(handed.begin(), std::min(capacity, handed.size()), statuses);
+  pthread_mutex_unlock(&provider->mutex);
+  return count;
 }

@@ -1,6 +1,9 @@
 #ifndef VTR_PROVIDER_SAMPLING_THREAD_H
 #define VTR_PROVIDER_SAMPLING_THREAD_H
 
+#include <string>
+#include <unordered_set>
+
 #include "collector/collector_types.h"
 #include "provider/provider_state.h"
 
@@ -16,8 +19,11 @@ void* ipmitool_thread_callback(void* provider);
 void ipmitool_provider_generate_events(provider_t* provider, SensorSample& sample);
 
 // Converts every field of `sample` into the event buffer at the field's offset, field 0 taking
-// the time stamp; slots are not cleared first. The caller holds the provider's mutex.
-void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us);
+// the time stamp, and records each field's status (`filled_with_default` names the fields
+// whose text is the empty-field default); slots are not cleared first. The caller holds the
+// provider's mutex.
+void write_sample_to_event(provider_t* provider, const SensorSample& sample,
+                           const std::unordered_set<std::string>& filled_with_default, uint64_t timestamp_us);
 
 }  // namespace ipmitool
 }  // namespace vtr

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <memory>
 
+#include "tools/utf8_text.h"
+
 namespace vtr {
 namespace host {
 
@@ -16,6 +18,16 @@ bool isMeasurement(const vtr_type_field_definition_t& field) {
 
 }  // namespace
 
+std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& type) const {
+  const auto count = static_cast<std::size_t>(type.num_fields);
+  std::vector<bool> withReading(count, true);
+  if (!api_.field_status) return withReading;
+  std::vector<std::uint8_t> statuses(count, VTR_FIELD_READ);
+  if (api_.field_status(provider_, statuses.data(), statuses.size()) != type.num_fields) return withReading;
+  for (std::size_t i = 0; i < count; ++i) withReading[i] = statuses[i] == VTR_FIELD_READ;
+  return withReading;
+}
+
 RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) const {
   std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> json(
       api_.type_definition_jsonify_data(block.type, block.event(index)), api_.json_value_free);
@@ -26,8 +38,17 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
   rendered.snapshot.schema = block.schema->name;
   rendered.snapshot.source = sourceId_;
   rendered.snapshot.timestampUs = block.timestampUs;
+  const std::vector<bool> withReading = fieldsWithReading(*block.type);
   for (std::int32_t i = 0; i < block.type->num_fields; ++i) {
     const vtr_type_field_definition_t& field = *block.type->fields[i];
+    if (!withReading[static_cast<std::size_t>(i)]) {
+      // The slot's 0 is a stand-by, not a reading: null here, absent on /metrics.
+      if (api_.json_object_set_null(object, field.field_name) != JSONSuccess) {
+        throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
+      }
+      ++rendered.snapshot.fieldsWithoutReading;
+      continue;
+    }
     JSON_Value* value = api_.json_object_get_value(object, field.field_name);
     if (!isMeasurement(field) || api_.json_value_get_type(value) != JSONNumber) continue;
     rendered.snapshot.fields.push_back(
@@ -41,7 +62,7 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
                   api_.json_object_set_string(object, "type", block.type->name) == JSONSuccess;
   char* text = complete ? api_.json_serialize_to_string(json.get()) : nullptr;
   if (!text) throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
-  rendered.jsonLine = text;
+  rendered.jsonLine = replaceInvalidUtf8(text);
   api_.json_free_serialized_string(text);
   return rendered;
 }

@@ -2,8 +2,10 @@
 #define VTR_HOST_EVENT_PRINTER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tools/event_blocks.h"
 #include "tools/plugin_library.h"
@@ -13,21 +15,28 @@ namespace vtr {
 namespace host {
 
 struct RenderedEvent {
-  // The event's fields as the plug-in's own event-to-JSON function writes them, plus
-  // "source", "schema", "type" and "timestamp" (the block's time stamp, in microseconds).
+  // The event's fields as the plug-in's own event-to-JSON function writes them (null for a
+  // field without a reading), plus "source", "schema", "type" and "timestamp" (the block's
+  // time stamp, in microseconds); valid UTF-8 whatever bytes the names hold.
   std::string jsonLine;
   EventSnapshot snapshot;
 };
 
 class EventPrinter {
  public:
-  EventPrinter(const PluginApi& api, std::string sourceId) : api_(api), sourceId_(std::move(sourceId)) {}
+  EventPrinter(const PluginApi& api, vtr_event_provider_t* provider, std::string sourceId)
+      : api_(api), provider_(provider), sourceId_(std::move(sourceId)) {}
 
-  // Throws HostError when the plug-in cannot write the record as JSON.
+  // Call after the progress call that handed the block over. Throws HostError when the
+  // plug-in cannot write the record as JSON.
   RenderedEvent render(const EventBlock& block, std::size_t index) const;
 
  private:
+  // Per field of `type`, whether it holds a reading; all true when the plug-in cannot tell.
+  std::vector<bool> fieldsWithReading(const vtr_type_definition_t& type) const;
+
   const PluginApi& api_;
+  vtr_event_provider_t* provider_;
   std::string sourceId_;
 };
 

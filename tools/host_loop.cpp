@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -97,9 +98,17 @@ class EventPump {
   std::uint64_t printed_ = 0;
 };
 
-void applyLogLevel(const PluginApi& api, std::uint32_t level) {
-  if (!api.set_log_level) throw HostError("plug-in does not export vtr_set_log_level (--log-level)");
-  api.set_log_level(level);
+// Errors, so that a missing tool or a refused option names itself.
+constexpr std::uint32_t kDefaultLogLevel = 3;
+
+// --log-level wins; else the plug-in's own VTR_API_LOG_LEVEL; else errors only.
+void applyLogLevel(const PluginApi& api, const std::optional<std::uint32_t>& level) {
+  if (level) {
+    if (!api.set_log_level) throw HostError("plug-in does not export vtr_set_log_level (--log-level)");
+    api.set_log_level(*level);
+  } else if (api.set_log_level && std::getenv("VTR_API_LOG_LEVEL") == nullptr) {
+    api.set_log_level(kDefaultLogLevel);
+  }
 }
 
 }  // namespace
@@ -114,10 +123,11 @@ void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopR
     server = std::make_unique<MetricsServer>(*options.listen, board);
   }
   PluginLibrary plugin(options.pluginPath);
-  if (options.logLevel) applyLogLevel(plugin.api(), *options.logLevel);
-  ProviderSession session(plugin.api(), options.providerOptions);
+  applyLogLevel(plugin.api(), options.logLevel);
+  ProviderSession session(plugin.api(), options.providerOptions, stopRequested);
+  if (!session.initialized()) return;  // stopped while initialising
   if (!options.schemaOut.empty()) session.writeSchema(options.schemaOut);
-  EventPrinter printer(plugin.api(), session.firstSourceId());
+  EventPrinter printer(plugin.api(), session.record(), session.firstSourceId());
   {
     StopSignalsBlocked blocked;
     session.start();

@@ -2,6 +2,8 @@
 
 #include <httplib.h>
 
+#include <sys/socket.h>
+
 #include <chrono>
 
 #include "tools/plugin_library.h"
@@ -11,15 +13,52 @@ namespace host {
 
 namespace {
 
-// A scrape is one short request at a time; the library's default pool would start a thread
-// per core for nothing.
-constexpr std::size_t kServerThreads = 2;
+// Each connection holds a worker until it is read or times out: enough workers that a few
+// hundred idle local connections do not keep a scrape waiting.
+constexpr std::size_t kServerThreads = 256;
+// A scrape is one short request; anything slower or larger is not a scraper.
+constexpr time_t kReadTimeoutSec = 2;
+constexpr time_t kWriteTimeoutSec = 5;
+constexpr time_t kKeepAliveTimeoutSec = 2;
+constexpr std::size_t kMaxRequestBodyBytes = 0;
+
+// SO_REUSEADDR only: without the library's SO_REUSEPORT a port in use stays refused, so a
+// second host cannot share it and split the scrapes.
+void exclusivePortOptions(socket_t sock) {
+  int yes = 1;
+  setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+}
+
+bool carriesBody(const httplib::Request& request) {
+  return request.has_header("Transfer-Encoding") ||
+         (request.has_header("Content-Length") && request.get_header_value("Content-Length") != "0");
+}
+
+// Refuses before any body is read: only GET and HEAD, and never with a body.
+httplib::Server::HandlerResponse refuseOtherRequests(const httplib::Request& request, httplib::Response& response) {
+  if (request.method != "GET" && request.method != "HEAD") {
+    response.status = 405;
+    response.set_header("Allow", "GET, HEAD");
+  } else if (carriesBody(request)) {
+    response.status = 413;
+  } else {
+    return httplib::Server::HandlerResponse::Unhandled;
+  }
+  response.set_header("Connection", "close");
+  return httplib::Server::HandlerResponse::Handled;
+}
 
 }  // namespace
 
 MetricsServer::MetricsServer(const ListenAddress& address, const MetricsBoard& board)
     : address_(address), server_(std::make_unique<httplib::Server>()) {
   server_->new_task_queue = [] { return new httplib::ThreadPool(kServerThreads); };
+  server_->set_socket_options(exclusivePortOptions);
+  server_->set_read_timeout(kReadTimeoutSec);
+  server_->set_write_timeout(kWriteTimeoutSec);
+  server_->set_keep_alive_timeout(kKeepAliveTimeoutSec);
+  server_->set_payload_max_length(kMaxRequestBodyBytes);
+  server_->set_pre_routing_handler(refuseOtherRequests);
   server_->Get("/metrics", [&board](const httplib::Request&, httplib::Response& response) {
     response.set_content(board.exposition(), kExpositionContentType);
   });

@@ -37,9 +37,11 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     bind(api_.json_object_get_value, "json_object_get_value");
     bind(api_.json_object_set_string, "json_object_set_string");
     bind(api_.json_object_set_number, "json_object_set_number");
+    bind(api_.json_object_set_null, "json_object_set_null");
     bind(api_.set_log_level, "vtr_set_log_level", false);
     bind(api_.type_system_jsonify, "vtr_type_system_jsonify", false);
     bind(api_.json_serialize_to_string_pretty, "json_serialize_to_string_pretty", false);
+    bind(api_.field_status, "vtr_ipmitool_field_status", false);
   } catch (...) {
     dlclose(handle_);
     throw;

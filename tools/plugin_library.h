@@ -7,6 +7,7 @@
 
 #include "json/parson.h"
 #include "provider/event_provider.h"
+#include "provider/host_extensions.h"
 
 namespace vtr {
 namespace host {
@@ -41,11 +42,14 @@ struct PluginApi {
   JSON_Value* (*json_object_get_value)(const JSON_Object*, const char*) = nullptr;
   JSON_Status (*json_object_set_string)(JSON_Object*, const char*, const char*) = nullptr;
   JSON_Status (*json_object_set_number)(JSON_Object*, const char*, double) = nullptr;
+  JSON_Status (*json_object_set_null)(JSON_Object*, const char*) = nullptr;
 
   // Needed only by the flags that use them; null when the plug-in lacks them.
   std::uint32_t (*set_log_level)(std::uint32_t) = nullptr;
   JSON_Value* (*type_system_jsonify)(const vtr_type_system_t*) = nullptr;
   char* (*json_serialize_to_string_pretty)(const JSON_Value*) = nullptr;
+  // Which fields of the last handed-over event hold a reading; without it every field does.
+  vtr_ipmitool_field_status_fn field_status = nullptr;
 };
 
 // The loaded plug-in; unloaded by the destructor.

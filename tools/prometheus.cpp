@@ -5,6 +5,8 @@
 #include <set>
 #include <sstream>
 
+#include "tools/utf8_text.h"
+
 namespace vtr {
 namespace host {
 
@@ -17,7 +19,7 @@ bool isMetricNameCharacter(char c) {
 std::string escape(const std::string& text, bool quotes) {
   std::string escaped;
   escaped.reserve(text.size());
-  for (char c : text) {
+  for (char c : replaceInvalidUtf8(text)) {
     if (c == '\\') {
       escaped += "\\\\";
     } else if (c == '\n') {
@@ -102,6 +104,9 @@ std::string MetricsBoard::exposition() const {
   if (latest) {
     writeFamily(out, "vtr_host_last_event_timestamp_seconds", "Time stamp of the latest event block.", "gauge");
     writeSample(out, "vtr_host_last_event_timestamp_seconds", "", static_cast<double>(latest->timestampUs) / 1e6);
+    writeFamily(out, "vtr_host_fields_without_reading",
+                "Fields of the latest event that hold no reading and are left out.", "gauge");
+    writeSample(out, "vtr_host_fields_without_reading", "", static_cast<double>(latest->fieldsWithoutReading));
   }
   writeFamily(out, "vtr_host_up", "1 while the provider runs.", "gauge");
   writeSample(out, "vtr_host_up", "", up ? 1 : 0);

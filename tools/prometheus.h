@@ -21,14 +21,15 @@ struct EventSnapshot {
   std::string schema;
   std::string source;
   std::uint64_t timestampUs = 0;
-  std::vector<NumericField> fields;
+  std::vector<NumericField> fields;  // those with a reading
+  std::uint64_t fieldsWithoutReading = 0;
 };
 
 // `<schema>_<field>` with every character outside [a-zA-Z0-9_:] turned into '_' and a '_'
 // in front when it would start with a digit.
 std::string prometheusMetricName(const std::string& schema, const std::string& field);
 // Escaping of the text exposition format 0.0.4: HELP escapes '\' and newline, label values
-// also '"'.
+// also '"'; bytes that are not UTF-8 become U+FFFD.
 std::string escapeHelp(const std::string& text);
 std::string escapeLabelValue(const std::string& text);
 // Shortest text that reads back as the same double; NaN, +Inf and -Inf as Prometheus spells them.

@@ -1,12 +1,22 @@
 #include "tools/provider_session.h"
 
+#include <atomic>
+#include <chrono>
 #include <fstream>
+#include <thread>
 
 namespace vtr {
 namespace host {
 
+namespace {
+
+constexpr std::chrono::milliseconds kStopWatchPeriod{50};
+
+}  // namespace
+
 ProviderSession::ProviderSession(const PluginApi& api,
-                                 const std::vector<std::pair<std::string, std::string>>& options)
+                                 const std::vector<std::pair<std::string, std::string>>& options,
+                                 const volatile std::sig_atomic_t& stopRequested)
     : api_(api),
       options_(makeDictionary(options)),
       typeSystem_(api.create_type_system(), api.destroy_type_system) {
@@ -18,11 +28,29 @@ ProviderSession::ProviderSession(const PluginApi& api,
     throw HostError(std::string("provider ") + name() + " lacks a lifecycle callback");
   }
   // A failed initialize has already destroyed the provider.
-  if (!provider_->initialize(provider_, typeSystem_.get())) {
+  if (!initializeUnlessStopped(stopRequested)) {
+    if (stopRequested) return;
     throw HostError(std::string("provider ") + name() +
                     " failed to initialize; --log-level 7 shows its reasons");
   }
   initialized_ = true;
+}
+
+bool ProviderSession::initializeUnlessStopped(const volatile std::sig_atomic_t& stopRequested) {
+  std::atomic<bool> finished{false};
+  std::thread watcher([&] {
+    while (!finished) {
+      if (stopRequested) {
+        provider_->stop(provider_);
+        return;
+      }
+      std::this_thread::sleep_for(kStopWatchPeriod);
+    }
+  });
+  const bool initialized = provider_->initialize(provider_, typeSystem_.get());
+  finished = true;
+  watcher.join();
+  return initialized;
 }
 
 ProviderSession::~ProviderSession() {

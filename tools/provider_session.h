@@ -1,6 +1,7 @@
 #ifndef VTR_HOST_PROVIDER_SESSION_H
 #define VTR_HOST_PROVIDER_SESSION_H
 
+#include <csignal>
 #include <memory>
 #include <string>
 #include <utility>
@@ -16,12 +17,17 @@ namespace host {
 // destructor stops and destroys it, then frees the type system and the option dictionary.
 class ProviderSession {
  public:
-  // Throws HostError when the provider cannot be constructed or initialised.
-  ProviderSession(const PluginApi& api, const std::vector<std::pair<std::string, std::string>>& options);
+  // Throws HostError when the provider cannot be constructed or initialised. When
+  // `stopRequested` is set during initialize, the provider is stopped there and the session
+  // ends up not initialised (initialized() false), without an error.
+  ProviderSession(const PluginApi& api, const std::vector<std::pair<std::string, std::string>>& options,
+                  const volatile std::sig_atomic_t& stopRequested);
   ~ProviderSession();
   ProviderSession(const ProviderSession&) = delete;
   ProviderSession& operator=(const ProviderSession&) = delete;
 
+  bool initialized() const { return initialized_; }
+  vtr_event_provider_t* record() const { return provider_; }
   const char* name() const;
   // Id of the provider's first source; empty when it announces none.
   std::string firstSourceId() const;
@@ -38,6 +44,8 @@ class ProviderSession {
   using TypeSystem = std::unique_ptr<vtr_type_system_t, void (*)(vtr_type_system_t*)>;
 
   Dictionary makeDictionary(const std::vector<std::pair<std::string, std::string>>& options) const;
+  // initialize, with `stop` called from a watcher thread should a stop be requested meanwhile.
+  bool initializeUnlessStopped(const volatile std::sig_atomic_t& stopRequested);
 
   const PluginApi& api_;
   Dictionary options_;

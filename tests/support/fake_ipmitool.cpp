@@ -75,6 +75,8 @@ void FakeIpmitool::setSleepSeconds(double seconds) {
   writeFile(dir_ + "/sleep-seconds", text.str());
 }
 
+void FakeIpmitool::injectFault(const std::string& shellCode) { writeFile(dir_ + "/fault.sh", shellCode); }
+
 std::vector<std::string> FakeIpmitool::recordedCalls() const {
   std::vector<std::string> calls;
   std::ifstream log(dir_ + "/calls.log");

@@ -24,6 +24,8 @@ class FakeIpmitool {
   void replayText(const std::string& verboseListing, const std::string& compactListing);
   void setExitCode(int code);
   void setSleepSeconds(double seconds);
+  // Shell code the tool runs first, in its own shell, with $dir its directory.
+  void injectFault(const std::string& shellCode);
   // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
   std::vector<std::string> recordedCalls() const;
   const std::string& directory() const { return dir_; }

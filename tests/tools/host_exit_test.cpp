@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <exception>
+#include <thread>
 
 #include "host_json.h"
 #include "host_process.h"
@@ -66,14 +67,31 @@ INSTANTIATE_TEST_SUITE_P(
                       BadInput{"ListenAddressNotAPort", {"--listen", "localhost:http"}, "--listen"}),
     [](const ::testing::TestParamInfo<BadInput>& info) { return info.param.name; });
 
-TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedInOneLine) {
+// The library's own error lines come first by default, so the failure names its cause.
+TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
   FakeIpmitool tool;
   tool.setExitCode(1);
   HostProcess host(discreteEverySecond());
   EXPECT_EQ(host.wait(), 1);
   std::vector<std::string> lines = host.errorLines();
-  ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
-  EXPECT_NE(lines[0].find("failed to initialize"), std::string::npos) << lines[0];
+  ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+  EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
+  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."),
+            std::string::npos)
+      << host.errorOutput();
+}
+
+// The tool hangs with no time limit while the provider initialises: the stop still ends it.
+TEST(HostStopsOnSignal, DuringInitializeWithExitCodeZero) {
+  FakeIpmitool tool;
+  tool.injectFault("sleep 3600");
+  HostProcess host({"--option", "ipmitool-command-timeout=0"});
+  const auto limit = std::chrono::steady_clock::now() + kHostStartLimit;
+  while (tool.recordedCalls().empty() && std::chrono::steady_clock::now() < limit)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.wait(), 0) << host.errorOutput();
+  EXPECT_EQ(host.remainingOutput(), "");
 }
 
 class HostStopsOnSignal : public ::testing::TestWithParam<int> {};
