@@ -7,7 +7,6 @@
 #include <csignal>
 #include <exception>
 
-#include "host_json.h"
 #include "host_process.h"
 #include "support/fake_ipmitool.h"
 
@@ -69,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedInOneLine) {
   FakeIpmitool tool;
   tool.setExitCode(1);
-  HostProcess host(discreteEverySecond());
+  HostProcess host(kDiscreteEverySecond);
   EXPECT_EQ(host.wait(), 1);
   std::vector<std::string> lines = host.errorLines();
   ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
@@ -80,7 +79,7 @@ class HostStopsOnSignal : public ::testing::TestWithParam<int> {};
 
 TEST_P(HostStopsOnSignal, WithExitCodeZeroAfterStoppingTheProvider) {
   FakeIpmitool tool;
-  HostProcess host(discreteEverySecond());
+  HostProcess host(kDiscreteEverySecond);
   ASSERT_TRUE(host.readLine()) << host.errorOutput();
   host.signal(GetParam());
   EXPECT_EQ(host.wait(), 0) << host.errorOutput();

@@ -21,6 +21,10 @@
 namespace vtr {
 namespace test {
 
+// The options most runs pass: discrete sensors on, one sample a second.
+inline const std::vector<std::string> kDiscreteEverySecond = {"--option", "ipmitool-include-discrete-sensors=true",
+                                                              "--option", "ipmitool-sample-interval-sec=1"};
+
 // Bounds for the waits below: only a safety net against a hung child, never a measurement.
 constexpr std::chrono::seconds kHostStartLimit{60};
 constexpr std::chrono::seconds kHostExitLimit{60};
