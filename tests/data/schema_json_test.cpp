@@ -4,82 +4,13 @@
 #include <string>
 
 #include "src/data/schema_json.h"
+#include "support/fake_ipmitool.h"
 #include "tests/data/data_test_support.h"
 
 using namespace data_test;
 
 namespace {
 
-// The schema of add_demo_schema as parson pretty-prints it; its MD5 is the schema id.
-constexpr const char* kDemoSchemaText = R"(
-{
-    "title": "Vantrove schema",
-    "vtr_version": "1.5.0",
-    "provider_name": "demo",
-    "provider_version": "1.2.3",
-    "types": [
-        {
-            "name": "pair",
-            "size": 3,
-            "fields": [
-                {
-                    "field_name": "a",
-                    "description": "first",
-                    "type_name": "uint8_t",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 0,
-                    "type_size": 1,
-                    "index": 0
-                },
-                {
-                    "field_name": "b",
-                    "description": "second",
-                    "type_name": "uint16_t",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 1,
-                    "type_size": 2,
-                    "index": 0
-                }
-            ],
-            "type_index": 0
-        },
-        {
-            "name": "event",
-            "size": 24,
-            "fields": [
-                {
-                    "field_name": "ts",
-                    "description": "Event timestamp",
-                    "type_name": "timestamp",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 0,
-                    "type_size": 8,
-                    "index": 0
-                },
-                {
-                    "field_name": "name",
-                    "description": "Name",
-                    "type_name": "char",
-                    "counting_mode": "ABSOLUTE",
-                    "array_length": 8,
-                    "offset": 8,
-                    "type_size": 1,
-                    "index": 0
-                },
-                {
-                    "field_name": "packets",
-                    "description": "Packets",
-                    "type_name": "uint64_t",
-                    "counting_mode": "RUNNING_SUM",
-                    "offset": 16,
-                    "type_size": 8,
-                    "index": 1
-                }
-            ],
-            "type_index": 1
-        }
-    ]
-})";
 constexpr const char* kDemoSchemaId = "6c9be2b72d4f917b3ae83f929bd5c3a3";
 
 class SchemaJsonTest : public ::testing::Test {
@@ -87,7 +18,8 @@ class SchemaJsonTest : public ::testing::Test {
   vtr::test::LogRecorder log;
 };
 
-std::string demo_text() { return std::string(kDemoSchemaText).substr(1); }  // drop the literal's first newline
+// The schema of add_demo_schema as parson pretty-prints it; its MD5 is the schema id.
+std::string demo_text() { return vtr::test::readFile(vtr::test::fixturePath("schema-json", "demo-schema.json")); }
 
 JsonPtr parse(const std::string& text) { return JsonPtr(json_parse_string(text.c_str())); }
 

@@ -274,17 +274,4 @@ TEST(Version, PrintsMajorMinorPatch) {
   EXPECT_STREQ(vtr_version_to_string(VTR_MAKE_VERSION(2, 10, 300), text, sizeof text), "2.10.300");
 }
 
-TEST(BuiltinTypes, InfoTableListsEveryType) {
-  char* buffer = nullptr;
-  size_t size = 0;
-  FILE* stream = open_memstream(&buffer, &size);
-  vtr_builtin_type_print_info(stream);
-  fclose(stream);
-  std::string text(buffer, size);
-  free(buffer);
-  EXPECT_EQ(text.rfind(" Id Name                       Size    \n", 0), 0u) << text;
-  EXPECT_NE(text.find(" 22 timestamp                  8       \n"), std::string::npos) << text;
-  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), VTR_BUILTIN_TYPE_COUNT + 1);
-}
-
 }  // namespace

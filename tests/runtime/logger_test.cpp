@@ -178,44 +178,6 @@ TEST(LoggerFileSink, ClosingKeepsTheWrittenLinesAndReturnsToStderr) {
   EXPECT_EQ(ctx->level, uint32_t(VTR_LOG_INFO));
 }
 
-TEST(LoggerSyslogSink, SnapshotCarriesNoStreamAndCloseReturnsToStderr) {
-  ASSERT_EQ(vtr_init_syslog_logger("vtr-runtime-test", VTR_LOG_ERR), 1);
-  const LoggerCtx ctx = snapshot();
-  EXPECT_EQ(ctx->type, uint32_t(VTR_LOGGER_SYSLOG));
-  EXPECT_EQ(ctx->stream, nullptr);
-  vtr_log(VTR_LOG_ERR, "runtime test line to syslog");
-
-  vtr_close_logger();
-  EXPECT_EQ(snapshot()->type, uint32_t(VTR_LOGGER_STDERR));
-}
-
-TEST(LoggerFileSink, LinesFromManyThreadsStayWhole) {
-  unsetenv("VTR_LOG_THREAD_SAFE");
-  unsetenv("LOG_THREAD_SAFE");
-  ScratchFile file;
-  ASSERT_EQ(vtr_init_file_logger(file.path(), VTR_LOG_INFO), 1);
-  constexpr int kThreads = 8;
-  constexpr int kLinesPerThread = 400;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t)
-    threads.emplace_back([t] {
-      for (int i = 0; i < kLinesPerThread; ++i)
-        vtr_log(VTR_LOG_INFO, "thread %d line %d with some padding to widen the window", t, i);
-    });
-  for (std::thread& thread : threads) thread.join();
-  vtr_close_logger();
-
-  std::set<std::string> expected;
-  for (int t = 0; t < kThreads; ++t)
-    for (int i = 0; i < kLinesPerThread; ++i)
-      expected.insert("[info] thread " + std::to_string(t) + " line " + std::to_string(i) +
-                      " with some padding to widen the window");
-  const std::vector<std::string> lines = file.lines();
-  EXPECT_EQ(lines.size(), expected.size());
-  EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()).size(), expected.size());
-  for (const std::string& line : lines) EXPECT_EQ(expected.count(after_timestamp(line)), 1u) << line;
-}
-
 // ---- Hex dump -------------------------------------------------------------------------
 
 // The text of a debug line after its time stamp and tag.

@@ -52,7 +52,7 @@ TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
   std::vector<std::string> lines = host.errorLines();
   ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
   EXPECT_NE(lines[0].find(row.reported), std::string::npos) << lines[0];
-  EXPECT_EQ(host.remainingOutput(), "");
+  EXPECT_TRUE(host.remainingLines().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
