@@ -150,12 +150,16 @@ TEST(ProviderLifecycle, InitializeFailuresAreReportedOnceAndCleanedUp) {
       "Sensor ID              : Temp\n Entity ID             : 3.2\n Sensor Type (Threshold)  : Temperature\n"
       " Sensor Reading        : 41 (+/- 0) degrees C\n\n";
   const struct {
+    Options options;
     int exitCode;
     std::string listing;
+    int priority;
     const char* error;
   } cases[] = {
-      {1, "", "[ipmitool] [ipmitool_provider_initialize] Failed to create schema for ipmitool provider."},
-      {0, unnamable, "[ipmitool] [ipmitool_provider_initialize] No fields found in ipmitool schema."},
+      {{}, 1, "", VTR_LOG_ERR, "[ipmitool] [ipmitool_provider_initialize] Failed to create schema for ipmitool provider."},
+      {{}, 0, unnamable, VTR_LOG_ERR, "[ipmitool] [ipmitool_provider_initialize] No fields found in ipmitool schema."},
+      {{{"ipmitool-include-continuous-sensors", "false"}}, 0, readFile(fixturePath("small-server", "verbose.txt")),
+       VTR_LOG_WARNING, "[ipmitool collector] No sensors will be collected since no sensor types are included."},
   };
   for (const auto& c : cases) {
     FakeIpmitool fake;
@@ -163,10 +167,10 @@ TEST(ProviderLifecycle, InitializeFailuresAreReportedOnceAndCleanedUp) {
     fake.setExitCode(c.exitCode);
     LogRecorder log(librarySetLogFunc());
     vtr_type_system_t* types = exported<decltype(&vtr_create_type_system)>("vtr_create_type_system")();
-    vtr_event_provider_t* record = construct({});
+    vtr_event_provider_t* record = construct(c.options);
     EXPECT_FALSE(record->initialize(record, types)) << c.error;
     EXPECT_EQ(types->num_schemas, 0u) << c.error;
-    EXPECT_EQ(log.count(VTR_LOG_ERR, c.error), 1u);
+    EXPECT_EQ(log.count(c.priority, c.error), 1u);
     record->destroy(record);
     exported<decltype(&vtr_destroy_type_system)>("vtr_destroy_type_system")(types);
   }

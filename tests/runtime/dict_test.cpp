@@ -143,4 +143,15 @@ TEST(Dictionary, DuplicateIsIndependentOfItsOriginal) {
   EXPECT_STREQ(vtr_dict_get(copy.get(), "c"), "3");
 }
 
+TEST(Dictionary, DumpWritesTheNameThenOneLinePerEntry) {
+  const Dict dict = make_dict({{"sudo", "1"}});
+  vtr::test::LogRecorder log;
+  vtr_dict_dump(dict.get(), "options");
+
+  ASSERT_EQ(log.all().size(), 2u);
+  EXPECT_EQ(log.all()[0].text, "options map values: ");
+  EXPECT_EQ(log.all()[1].text, "key=sudo  val=1");
+  EXPECT_EQ(log.all()[1].priority, VTR_LOG_DEBUG);
+}
+
 }  // namespace

@@ -178,6 +178,17 @@ TEST(LoggerFileSink, ClosingKeepsTheWrittenLinesAndReturnsToStderr) {
   EXPECT_EQ(ctx->level, uint32_t(VTR_LOG_INFO));
 }
 
+TEST(LoggerSyslogSink, SnapshotCarriesNoStreamAndCloseReturnsToStderr) {
+  ASSERT_EQ(vtr_init_syslog_logger("vtr-runtime-test", VTR_LOG_ERR), 1);
+  const LoggerCtx ctx = snapshot();
+  EXPECT_EQ(ctx->type, uint32_t(VTR_LOGGER_SYSLOG));
+  EXPECT_EQ(ctx->stream, nullptr);
+  vtr_log(VTR_LOG_ERR, "runtime test line to syslog");
+
+  vtr_close_logger();
+  EXPECT_EQ(snapshot()->type, uint32_t(VTR_LOGGER_STDERR));
+}
+
 // ---- Hex dump -------------------------------------------------------------------------
 
 // The text of a debug line after its time stamp and tag.
