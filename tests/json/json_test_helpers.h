@@ -16,10 +16,6 @@ using Value = std::unique_ptr<JSON_Value, ValueFree>;
 
 inline Value parse(const std::string& text) { return Value(json_parse_string(text.c_str())); }
 
-inline Value parseWithComments(const std::string& text) {
-  return Value(json_parse_string_with_comments(text.c_str()));
-}
-
 // The serialised text, or "<null>" when serialisation fails.
 inline std::string takeText(char* text) {
   if (!text) return "<null>";

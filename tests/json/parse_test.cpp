@@ -123,22 +123,4 @@ TEST(JsonParse, NestingLimitIs2048Containers) {
   EXPECT_EQ(parse(std::string(100000, '[')), nullptr);
 }
 
-TEST(JsonParseWithComments, CommentsOutsideStringsAreBlanked) {
-  expectParses(
-      {
-          {"/* head */ [1, // line\n 2 /* mid */ ]", "[1,2]"},
-          {R"(["/* kept */", "// kept"])", R"(["\/* kept *\/","\/\/ kept"])"},
-          {R"(["a\"/*", 1])", R"(["a\"\/*",1])"},
-          {"[1] // no final line feed", "[1]"},
-          {"{\"a\"/**/:/**/1}", R"({"a":1})"},
-          {"[1, /* never closed", kRefused},
-          {"// only a comment", kRefused},
-          {"\xEF\xBB\xBF[1]", kRefused},
-      },
-      parseWithComments);
-  EXPECT_EQ(parse("/* c */ [1]"), nullptr);
-  EXPECT_EQ(json_parse_string(nullptr), nullptr);
-  EXPECT_EQ(json_parse_string_with_comments(nullptr), nullptr);
-}
-
 }  // namespace

@@ -51,16 +51,6 @@ TEST(JsonSerialize, ControlBytesBecomeShortOrUnicodeEscapes) {
             "\\u0016\\u0017\\u0018\\u0019\\u001a\\u001b\\u001c\\u001d\\u001e\\u001f\"");
 }
 
-TEST(JsonSerialize, SlashEscapingCanBeSwitchedOff) {
-  Value value = parse(R"({"a/b":"c\/d"})");
-  EXPECT_EQ(compact(value.get()), R"({"a\/b":"c\/d"})");
-  json_set_escape_slashes(0);
-  EXPECT_EQ(compact(value.get()), R"({"a/b":"c/d"})");
-  EXPECT_EQ(json_serialization_size(value.get()), compact(value.get()).size() + 1);
-  json_set_escape_slashes(1);
-  EXPECT_EQ(compact(value.get()), R"({"a\/b":"c\/d"})");
-}
-
 // Walks are bounded by the nesting limit instead of the stack: a tree built deeper than any
 // parsed document fails to serialise or copy, and is still freed without recursion.
 TEST(JsonSerialize, TreeDeeperThanTheNestingLimitFailsInsteadOfCrashing) {
