@@ -1,8 +1,10 @@
-// Rules of the collector that no provider option reaches, so only a direct call guards them:
-// the per-label field switches and discrete states published as text.
+// Rules of the collector that no provider option or call order of the provider reaches, so
+// only a direct call guards them: the per-label field switches, discrete states published as
+// text, the order of schema and sample, and text rules for kinds the provider never asks about.
 #include <gtest/gtest.h>
 
 #include "collector/ipmitool_collector.h"
+#include "support/fake_ipmitool.h"
 #include "support/log_capture.h"
 
 namespace vtr {
@@ -49,6 +51,30 @@ TEST(CollectorStatesText, BecomesACommaListOfTheBracketedStates) {
     collector.parseFieldValue("States Asserted", value);
     EXPECT_EQ(value, want) << "input '" << in << "'";
   }
+}
+
+TEST(CollectorCallOrder, SampleNeedsTheSchemaAndTheSchemaIsBuiltOnce) {
+  test::FakeIpmitool fake;
+  test::LogRecorder log;
+  volatile bool stop = false;
+  IpmitoolCollector collector(CollectorConfig(true, true, false, "", 30, false), stop);
+  SensorSample sample;
+  EXPECT_FALSE(collector.getSensorsData(sample));
+  std::vector<std::unique_ptr<vtr_type_field_info_t>> fields;
+  ASSERT_TRUE(collector.setFieldsInfo(fields));
+  EXPECT_FALSE(collector.setFieldsInfo(fields));
+  IpmitoolCollector::freeFieldsInfo(fields);
+  EXPECT_TRUE(fields.empty());
+  EXPECT_TRUE(log.contains(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data."));
+  EXPECT_TRUE(log.contains(VTR_LOG_ERR, "[ipmitool collector] Schema has already been created."));
+}
+
+TEST(CollectorTextRules, BlankTextEmptiesAndUnknownKindsHaveNoType) {
+  std::string blanks = "   ";
+  IpmitoolCollector::removeSpaces(blanks);
+  EXPECT_EQ(blanks, "");
+  EXPECT_EQ(IpmitoolCollector::getFieldType("0x1A", CollectorSensorType::Unknown), CollectorFieldType::Unknown);
+  EXPECT_EQ(fieldTypeName(CollectorFieldType::Unknown), "");
 }
 
 }  // namespace
