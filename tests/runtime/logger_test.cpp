@@ -223,6 +223,17 @@ TEST(LogHex, PartialAndFullLinesPutTheBarInOneColumn) {
 
 // ---- Registration of a host's logger --------------------------------------------------
 
+TEST(LoggerRegistration, OwnContextChangesNothingAndKeepsTheLoggerConfigurable) {
+  ASSERT_EQ(vtr_init_stderr_logger(VTR_LOG_ERR), 1);
+  const LoggerCtx own = snapshot();
+
+  EXPECT_EQ(vtr_register_logger(own.get()), 1);
+  EXPECT_EQ(is_registered, 0);
+  ScratchFile file;
+  EXPECT_EQ(vtr_init_file_logger(file.path(), VTR_LOG_ERR), 1);
+  vtr_close_logger();
+}
+
 TEST(LoggerRegistration, NullContextIsRefused) { EXPECT_EQ(vtr_register_logger(nullptr), 0); }
 
 // A registered host logger stays for the life of the process.
