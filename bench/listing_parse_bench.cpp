@@ -22,8 +22,8 @@ std::string fixtureText(const std::string& fixtureCase, const std::string& file)
 // Parsing of a verbose listing already read, discrete sensors included: the states table is
 // parsed first, as on every sampling pass.
 void parseListing(benchmark::State& state, const std::string& fixtureCase) {
-  const std::string verbose = fixtureText(fixtureCase, "sensor-v.txt");
-  const std::string compact = fixtureText(fixtureCase, "sensor.txt");
+  const std::string verbose = fixtureText(fixtureCase, "verbose.txt");
+  const std::string compact = fixtureText(fixtureCase, "compact.txt");
   const volatile bool stop = false;
   IpmitoolCollector collector(CollectorConfig(true, true, false, "", 30, false), stop);
   size_t sensors = 0;

@@ -31,8 +31,8 @@ class LargeServer {
     record_ = construct_event_provider(options_);
     ready_ = record_ != nullptr && record_->initialize(record_, typeSystem_) &&
              state().collector->getSensorsData(sample_) && !sample_.empty();
-    verbose_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "sensor-v.txt"));
-    compact_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "sensor.txt"));
+    verbose_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "verbose.txt"));
+    compact_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "compact.txt"));
     buffer_.resize(VTR_EVENT_BLOCK_HEADER_SIZE + state().event_size);
   }
   ~LargeServer() {

@@ -33,12 +33,9 @@ TEST_F(CommandRunnerTest, ReturnsTheToolsExitCodeAndItsWholeOutput) {
     const IpmitoolCollector collector(runnerConfig(30), stop);
     std::string output = "previous";
     EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor -v", output), code);
-    EXPECT_EQ(output, test::readFile(test::fixturePath("small-server", "sensor-v.txt"))) << "exit code " << code;
+    EXPECT_EQ(output, test::readFile(test::fixturePath("small-server", "verbose.txt"))) << "exit code " << code;
   }
   EXPECT_EQ(fake.recordedCalls(), std::vector<std::string>(4, "sensor -v"));
-  // Rate-limited: the info line about the exit code is written once in ten seconds.
-  EXPECT_EQ(log.count(VTR_LOG_INFO, "[ipmitool collector] Command exited with code: 0"), 1u);
-  EXPECT_EQ(log.count(VTR_LOG_INFO, "[ipmitool collector] Running command: 'timeout 30 ipmitool sensor -v 2>&1'"), 1u);
 }
 
 TEST_F(CommandRunnerTest, StandardErrorIsPartOfTheOutput) {
@@ -48,22 +45,16 @@ TEST_F(CommandRunnerTest, StandardErrorIsPartOfTheOutput) {
   EXPECT_EQ(output, "fake ipmitool: unsupported arguments: raw 0x06 0x01\n");
 }
 
-TEST_F(CommandRunnerTest, EmptyOutputWithSuccessIsEmptyText) {
-  fake.replayText("", "");
-  const IpmitoolCollector collector(runnerConfig(30), stop);
-  std::string output = "previous";
-  EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor -v", output), 0);
-  EXPECT_EQ(output, "");
-}
-
+// The tool never finishes on its own, so only the time limit can end the run: the outcome
+// does not depend on how busy the machine is (a tool that merely slept longer than the limit
+// could still win the race when the limit's signal came late).
 TEST_F(CommandRunnerTest, HungToolIsStoppedByTheTimeLimit) {
-  fake.setSleepSeconds(5);
+  fake.hang();
   const IpmitoolCollector collector(runnerConfig(1), stop);
   std::string output = "previous";
   EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor -v", output), 124);
   EXPECT_EQ(output, "");
-  EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor -v", output), 124);
-  EXPECT_EQ(log.count(VTR_LOG_ERR, "[ipmitool collector] Command timed out"), 1u);
+  EXPECT_TRUE(log.contains(VTR_LOG_ERR, "[ipmitool collector] Command timed out"));
 }
 
 TEST_F(CommandRunnerTest, PipelineReportsTheLastProgramsStatus) {
@@ -73,8 +64,6 @@ TEST_F(CommandRunnerTest, PipelineReportsTheLastProgramsStatus) {
   EXPECT_EQ(output.find("CPU1 Temp"), std::string::npos);
   EXPECT_NE(output.find("PS1 Status"), std::string::npos);
   EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor | grep no-such-sensor", output), 1);
-  EXPECT_TRUE(log.contains(VTR_LOG_INFO,
-                           "[ipmitool collector] Running command: 'timeout 30 ipmitool sensor | grep discrete 2>&1'"));
 }
 
 TEST_F(CommandRunnerTest, StopFlagSetBeforehandRunsNothing) {
@@ -104,8 +93,6 @@ TEST_F(CommandRunnerTest, SudoWrapsTheTimeLimitedCommand) {
   const IpmitoolCollector collector(runnerConfig(7, true), stop);
   std::string output;
   EXPECT_EQ(collector.runCommandAndCheck("ipmitool sensor -v", output), 0);
-  EXPECT_TRUE(log.contains(VTR_LOG_INFO,
-                           "[ipmitool collector] Running command: 'sudo timeout 7 ipmitool sensor -v 2>&1'"));
   EXPECT_EQ(test::readFile(fake.directory() + "/sudo.log"), "timeout 7 ipmitool sensor -v\n");
   EXPECT_EQ(fake.recordedCalls(), std::vector<std::string>{"sensor -v"});
 }

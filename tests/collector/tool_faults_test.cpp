@@ -79,7 +79,7 @@ TEST_P(ToolFaults, EndTheRunInBoundedTimeAndLeaveNothingRunning) {
   EXPECT_EQ(result, row.result);
   EXPECT_LT(took, kRunBound);
   if (result == 0) {
-    EXPECT_EQ(output, test::readFile(test::fixturePath("small-server", "sensor-v.txt")));
+    EXPECT_EQ(output, test::readFile(test::fixturePath("small-server", "verbose.txt")));
   } else if (result == -1) {
     EXPECT_EQ(output, "untouched");
   }

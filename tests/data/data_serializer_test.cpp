@@ -44,7 +44,7 @@ TEST_F(SerializerTest, FullBufferTakesWholeEventsOnlyThenNothing) {
 }
 
 TEST_F(SerializerTest, RoomForTheHeaderAloneWritesNothing) {
-  vtr::test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::LogRecorder log;
   build(116, {8});
   serializer.used = 100;
   uint8_t event[8] = {0};
@@ -53,7 +53,7 @@ TEST_F(SerializerTest, RoomForTheHeaderAloneWritesNothing) {
   EXPECT_EQ(vtr_data_serializer_get_capacity(&serializer, 0, 0), 0u);
   EXPECT_EQ(vtr_data_serializer_get_events_buffer(&serializer, 0, 0, 1, &dataSize), nullptr);
   EXPECT_EQ(serializer.used, 100u);
-  EXPECT_TRUE(vtr::test::captured(
+  EXPECT_TRUE(log.contains(
       "[Data Serializer][vtr_data_serializer_get_events_buffer] Cannot get data buffer. free_space = 0 < data_size = 8"));
 }
 
@@ -89,7 +89,7 @@ TEST_F(SerializerTest, RawReservationsStopAtCapacity) {
 }
 
 TEST_F(SerializerTest, ZeroSizedTypeIsReportedOncePerCallSite) {
-  vtr::test::capture_log(VTR_LOG_ERR);
+  vtr::test::LogRecorder log(vtr_set_log_func, VTR_LOG_ERR);
   build(100, {20, 0});
   uint8_t event = 0;
   for (int i = 0; i < 3; ++i) {
@@ -97,8 +97,8 @@ TEST_F(SerializerTest, ZeroSizedTypeIsReportedOncePerCallSite) {
     EXPECT_EQ(vtr_data_serializer_get_capacity(&serializer, 0, 1), 0u);
   }
   EXPECT_EQ(serializer.used, 0u);
-  ASSERT_EQ(vtr::test::captured_lines().size(), 2u);
-  EXPECT_EQ(vtr::test::captured_lines()[0].text, "schema 0123456789abcdef0123456789abcdef type index 1 size is zero");
+  ASSERT_EQ(log.all().size(), 2u);
+  EXPECT_EQ(log.all()[0].text, "schema 0123456789abcdef0123456789abcdef type index 1 size is zero");
 }
 
 }  // namespace

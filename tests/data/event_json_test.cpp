@@ -47,8 +47,8 @@ void set_guid_option(const char* value) {
   if (value) setenv("VTR_CONVERT_GUID_TO_HEX_STRING", value, 1);
 }
 
-// The option is read once per process; every case runs in a process of its own.
-TEST(EventJson, GuidFieldsBecomeHexStringsWhenTheOptionIsOn) {
+// The option is read once per process, so each of these cases needs a process of its own.
+TEST(EventJsonGuidOptionFreshProcess, GuidFieldsBecomeHexStringsWhenTheOptionIsOn) {
   set_guid_option("1");
   EventRecord record({field("port_guid", "uint64_t"), field("count", "uint64_t"), field("node_guid", "double"),
                       field("guidance", "double")});
@@ -60,7 +60,7 @@ TEST(EventJson, GuidFieldsBecomeHexStringsWhenTheOptionIsOn) {
             R"({"port_guid":"0x0000000000001234","count":4660,"node_guid":"0x3ff0000000000000","guidance":1})");
 }
 
-TEST(EventJson, OnlyNameMarkedSixtyFourBitValuesAreHexWhenTheOptionIsOff) {
+TEST(EventJsonGuidOptionFreshProcess, OnlyNameMarkedSixtyFourBitValuesAreHexWhenTheOptionIsOff) {
   set_guid_option(nullptr);
   EventRecord record({field("port_guid", "uint64_t"), field("node_guid", "double")});
   record.set(0, uint64_t{0x1234});
@@ -76,9 +76,9 @@ struct OptionCase {
 
 void PrintTo(const OptionCase& c, std::ostream* os) { *os << c.variable << "=\"" << c.value << '"'; }
 
-class GuidOptionValue : public ::testing::TestWithParam<OptionCase> {};
+class GuidOptionValueFreshProcess : public ::testing::TestWithParam<OptionCase> {};
 
-TEST_P(GuidOptionValue, IsOnForValuesStartingWithOneTOrY) {
+TEST_P(GuidOptionValueFreshProcess, IsOnForValuesStartingWithOneTOrY) {
   set_guid_option(nullptr);
   setenv(GetParam().variable, GetParam().value, 1);
   EventRecord record({field("node_guid", "double")});
@@ -86,7 +86,7 @@ TEST_P(GuidOptionValue, IsOnForValuesStartingWithOneTOrY) {
   EXPECT_EQ(record.json(), GetParam().on ? R"({"node_guid":"0x3ff0000000000000"})" : R"({"node_guid":1})");
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, GuidOptionValue,
+INSTANTIATE_TEST_SUITE_P(Values, GuidOptionValueFreshProcess,
                          ::testing::Values(OptionCase{"VTR_CONVERT_GUID_TO_HEX_STRING", "yes", true},
                                            OptionCase{"VTR_CONVERT_GUID_TO_HEX_STRING", "True", true},
                                            OptionCase{"CONVERT_GUID_TO_HEX_STRING", "1", true},
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Values, GuidOptionValue,
                                            OptionCase{"VTR_CONVERT_GUID_TO_HEX_STRING", "no", false},
                                            OptionCase{"VTR_CONVERT_GUID_TO_HEX_STRING", "", false}));
 
-TEST(EventJson, GuidMarkerMustBeAWordOfItsOwn) {
+TEST(EventJsonGuidOptionFreshProcess, GuidMarkerMustBeAWordOfItsOwn) {
   set_guid_option("t");
   EventRecord record({field("GUID", "double"), field("sys-Guid2", "double"), field("myguid", "double"),
                       field("guids", "double"), field("small_guid", "uint8_t")});

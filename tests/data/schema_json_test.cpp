@@ -4,90 +4,22 @@
 #include <string>
 
 #include "src/data/schema_json.h"
+#include "support/fake_ipmitool.h"
 #include "tests/data/data_test_support.h"
 
 using namespace data_test;
 
 namespace {
 
-// The schema of add_demo_schema as parson pretty-prints it; its MD5 is the schema id.
-constexpr const char* kDemoSchemaText = R"(
-{
-    "title": "Vantrove schema",
-    "vtr_version": "1.5.0",
-    "provider_name": "demo",
-    "provider_version": "1.2.3",
-    "types": [
-        {
-            "name": "pair",
-            "size": 3,
-            "fields": [
-                {
-                    "field_name": "a",
-                    "description": "first",
-                    "type_name": "uint8_t",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 0,
-                    "type_size": 1,
-                    "index": 0
-                },
-                {
-                    "field_name": "b",
-                    "description": "second",
-                    "type_name": "uint16_t",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 1,
-                    "type_size": 2,
-                    "index": 0
-                }
-            ],
-            "type_index": 0
-        },
-        {
-            "name": "event",
-            "size": 24,
-            "fields": [
-                {
-                    "field_name": "ts",
-                    "description": "Event timestamp",
-                    "type_name": "timestamp",
-                    "counting_mode": "ABSOLUTE",
-                    "offset": 0,
-                    "type_size": 8,
-                    "index": 0
-                },
-                {
-                    "field_name": "name",
-                    "description": "Name",
-                    "type_name": "char",
-                    "counting_mode": "ABSOLUTE",
-                    "array_length": 8,
-                    "offset": 8,
-                    "type_size": 1,
-                    "index": 0
-                },
-                {
-                    "field_name": "packets",
-                    "description": "Packets",
-                    "type_name": "uint64_t",
-                    "counting_mode": "RUNNING_SUM",
-                    "offset": 16,
-                    "type_size": 8,
-                    "index": 1
-                }
-            ],
-            "type_index": 1
-        }
-    ]
-})";
 constexpr const char* kDemoSchemaId = "6c9be2b72d4f917b3ae83f929bd5c3a3";
 
 class SchemaJsonTest : public ::testing::Test {
  protected:
-  void SetUp() override { vtr::test::capture_log(VTR_LOG_DEBUG); }
+  vtr::test::LogRecorder log;
 };
 
-std::string demo_text() { return std::string(kDemoSchemaText).substr(1); }  // drop the literal's first newline
+// The schema of add_demo_schema as parson pretty-prints it; its MD5 is the schema id.
+std::string demo_text() { return vtr::test::readFile(vtr::test::fixturePath("schema-json", "demo-schema.json")); }
 
 JsonPtr parse(const std::string& text) { return JsonPtr(json_parse_string(text.c_str())); }
 
@@ -173,7 +105,7 @@ TEST_P(FieldDocument, IsReadWhenItHasTheRequiredKeys) {
     EXPECT_EQ(field->offset, 4u);
     EXPECT_EQ(field->count, GetParam().array_length);
   } else {
-    EXPECT_TRUE(vtr::test::captured("Field definition JSON does not match schema with or without 'index'."));
+    EXPECT_TRUE(log.contains("Field definition JSON does not match schema with or without 'index'."));
   }
 }
 
@@ -209,7 +141,7 @@ TEST_P(SchemaDocumentVersion, MustShareTheMajorAndNotExceedTheMinor) {
   JsonPtr json = parse(demo_text_with_format_version(GetParam().version));
   SchemaPtr schema(vtr_schema_from_json(json.get()));
   EXPECT_EQ(schema != nullptr, GetParam().accepted);
-  EXPECT_EQ(vtr::test::captured(std::string("Schema version ") + GetParam().version +
+  EXPECT_EQ(log.contains(std::string("Schema version ") + GetParam().version +
                                " is incompatible with current version 1.5.0"),
             !GetParam().accepted);
 }
@@ -229,7 +161,7 @@ TEST_P(TypeSystemDocumentVersion, MustBeAtLeast140) {
   json_object_set_string(json_value_get_object(json.get()), "version", GetParam().version);
   TypeSystemPtr read(vtr_type_system_from_json(json.get()));
   EXPECT_EQ(read != nullptr, GetParam().accepted);
-  EXPECT_EQ(vtr::test::captured(std::string("[ts] Failed to deserialize: schema version ") + GetParam().version +
+  EXPECT_EQ(log.contains(std::string("[ts] Failed to deserialize: schema version ") + GetParam().version +
                                " is incompatible with the deserializer, the minimal supported schema version is 1.4.0"),
             !GetParam().accepted);
 }
@@ -263,7 +195,7 @@ class BadTypeSystemDocument : public SchemaJsonTest, public ::testing::WithParam
 
 TEST_P(BadTypeSystemDocument, IsRefusedWithItsMessageAndNothingPartial) {
   EXPECT_EQ(vtr_type_system_deserialize(GetParam().text.c_str()), nullptr);
-  EXPECT_TRUE(vtr::test::captured(GetParam().message));
+  EXPECT_TRUE(log.contains(GetParam().message));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -286,7 +218,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(SchemaJsonTest, UnknownFieldTypeNamesTheTypeAndSchema) {
   EXPECT_EQ(vtr_type_system_deserialize(demo_with_unknown_field_type().c_str()), nullptr);
-  EXPECT_TRUE(vtr::test::captured("Definition of type mystery not found within the schema demo"));
+  EXPECT_TRUE(log.contains("Definition of type mystery not found within the schema demo"));
 }
 
 TEST_F(SchemaJsonTest, BrokenTypeInsideSchemaIsReportedByPosition) {
@@ -294,15 +226,15 @@ TEST_F(SchemaJsonTest, BrokenTypeInsideSchemaIsReportedByPosition) {
   JSON_Array* types = json_object_get_array(json_value_get_object(json.get()), "types");
   json_object_set_string(json_array_get_object(types, 1), "size", "24");
   EXPECT_EQ(vtr_schema_from_json(json.get()), nullptr);
-  EXPECT_TRUE(vtr::test::captured("Type definition JSON does not match schema '{\"name\" : \"\", \"size\" : 0, \"fields\" : []}'"));
-  EXPECT_TRUE(vtr::test::captured("Failed to deserialize type #1 from JSON array"));
+  EXPECT_TRUE(log.contains("Type definition JSON does not match schema '{\"name\" : \"\", \"size\" : 0, \"fields\" : []}'"));
+  EXPECT_TRUE(log.contains("Failed to deserialize type #1 from JSON array"));
 }
 
 TEST_F(SchemaJsonTest, OtherDocumentsAreNotEventSchemas) {
   JsonPtr json = parse(R"({"counter_groups":[]})");
   EXPECT_EQ(vtr_schema_from_json(json.get()), nullptr);
-  EXPECT_TRUE(vtr::test::captured("Not an event schema"));
-  EXPECT_EQ(vtr::test::captured_lines().back().priority, VTR_LOG_INFO);
+  EXPECT_TRUE(log.contains("Not an event schema"));
+  EXPECT_EQ(log.all().back().priority, VTR_LOG_INFO);
 }
 
 TEST_F(SchemaJsonTest, ProviderVersionReadsMajorMinorAndOptionalPatch) {
@@ -355,7 +287,7 @@ TEST_F(SchemaFileTest, LoadedSchemaIsResolvedIdentifiedAndAppended) {
 
 TEST_F(SchemaFileTest, MissingFileIsReported) {
   EXPECT_EQ(vtr_type_system_load_schema(type_system_.get(), "/nonexistent/schema.json"), nullptr);
-  EXPECT_TRUE(vtr::test::captured("Failed reading schema JSON from file '/nonexistent/schema.json'"));
+  EXPECT_TRUE(log.contains("Failed reading schema JSON from file '/nonexistent/schema.json'"));
   EXPECT_EQ(type_system_->num_schemas, 0);
 }
 
@@ -371,8 +303,8 @@ TEST_F(SchemaFileTest, FieldSetKeepsOnlyWantedTypesAndFields) {
   ASSERT_EQ(event->num_fields, 1);
   EXPECT_STREQ(event->fields[0]->field_name, "packets");
   EXPECT_EQ(event->fields[0]->offset, 16u);  // as written, not recomputed
-  EXPECT_TRUE(vtr::test::captured("Skipping type definition 'pair' as it is not required by the provided field set"));
-  EXPECT_TRUE(vtr::test::captured("Skipping field 'event.ts' as it is not required by the provided field set"));
+  EXPECT_TRUE(log.contains("Skipping type definition 'pair' as it is not required by the provided field set"));
+  EXPECT_TRUE(log.contains("Skipping field 'event.ts' as it is not required by the provided field set"));
 }
 
 TEST_F(SchemaFileTest, FieldSetThatWantsNothingHereLeavesNoSchema) {
@@ -381,8 +313,8 @@ TEST_F(SchemaFileTest, FieldSetThatWantsNothingHereLeavesNoSchema) {
                                                          field_set({"[pair]", "nothing_like_this"}), &filtered),
             nullptr);
   EXPECT_TRUE(filtered);
-  EXPECT_TRUE(vtr::test::captured("Skipping type definition 'pair' as it has no fields after filtering by field set"));
-  EXPECT_TRUE(vtr::test::captured("No types found in the schema after filtering by field set"));
+  EXPECT_TRUE(log.contains("Skipping type definition 'pair' as it has no fields after filtering by field set"));
+  EXPECT_TRUE(log.contains("No types found in the schema after filtering by field set"));
   EXPECT_EQ(type_system_->num_schemas, 0);
 }
 

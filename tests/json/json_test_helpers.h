@@ -1,8 +1,6 @@
 // Small owners and shorthands shared by the JSON tests.
 #pragma once
 
-#include <openssl/evp.h>
-
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -18,10 +16,6 @@ using Value = std::unique_ptr<JSON_Value, ValueFree>;
 
 inline Value parse(const std::string& text) { return Value(json_parse_string(text.c_str())); }
 
-inline Value parseWithComments(const std::string& text) {
-  return Value(json_parse_string_with_comments(text.c_str()));
-}
-
 // The serialised text, or "<null>" when serialisation fails.
 inline std::string takeText(char* text) {
   if (!text) return "<null>";
@@ -36,19 +30,6 @@ inline std::string compact(const JSON_Value* value) {
 
 inline std::string pretty(const JSON_Value* value) {
   return takeText(json_serialize_to_string_pretty(value));
-}
-
-inline std::string md5Hex(const std::string& bytes) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned int length = 0;
-  EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_md5(), nullptr);
-  std::string hex;
-  for (unsigned int i = 0; i < length; i++) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02x", digest[i]);
-    hex += pair;
-  }
-  return hex;
 }
 
 }  // namespace json_test

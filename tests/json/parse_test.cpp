@@ -2,8 +2,6 @@
 // they read with parson, quirks included.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "json_test_helpers.h"
@@ -106,14 +104,6 @@ TEST(JsonParse, StringRules) {
       parse);
 }
 
-TEST(JsonParse, EscapedNulStaysInsideStringValue) {
-  Value value = parse(R"(["a\u0000b"])");
-  const JSON_Value* element = json_array_get_value(json_value_get_array(value.get()), 0);
-  ASSERT_EQ(json_value_get_string_len(element), 3u);
-  EXPECT_EQ(std::string(json_value_get_string(element), 3), std::string("a\0b", 3));
-  EXPECT_EQ(compact(value.get()), R"(["a\u0000b"])");
-}
-
 std::string nestedArrays(int depth, const std::string& inner) {
   return std::string(depth, '[') + inner + std::string(depth, ']');
 }
@@ -131,86 +121,6 @@ TEST(JsonParse, NestingLimitIs2048Containers) {
   EXPECT_EQ(parse(nestedArrays(2050, "")), nullptr);
   EXPECT_EQ(parse(nestedArrays(100000, "")), nullptr);
   EXPECT_EQ(parse(std::string(100000, '[')), nullptr);
-}
-
-TEST(JsonParse, MemberOrderIsInputOrder) {
-  Value value = parse(R"({"z":1,"a":2,"m":3})");
-  const JSON_Object* object = json_value_get_object(value.get());
-  ASSERT_EQ(json_object_get_count(object), 3u);
-  EXPECT_STREQ(json_object_get_name(object, 0), "z");
-  EXPECT_STREQ(json_object_get_name(object, 1), "a");
-  EXPECT_STREQ(json_object_get_name(object, 2), "m");
-  EXPECT_EQ(json_object_get_name(object, 3), nullptr);
-}
-
-TEST(JsonParse, LargeObjectWithDuplicateLastKeyIsRefused) {
-  std::string text = "{";
-  for (int i = 0; i < 50000; i++) text += "\"k" + std::to_string(i) + "\":" + std::to_string(i) + ",";
-  Value distinct = parse(text + "\"end\":0}");
-  ASSERT_NE(distinct, nullptr);
-  EXPECT_EQ(json_object_get_number(json_value_get_object(distinct.get()), "k49999"), 49999);
-  EXPECT_EQ(parse(text + "\"k123\":0}"), nullptr);
-}
-
-TEST(JsonParseWithComments, CommentsOutsideStringsAreBlanked) {
-  expectParses(
-      {
-          {"/* head */ [1, // line\n 2 /* mid */ ]", "[1,2]"},
-          {R"(["/* kept */", "// kept"])", R"(["\/* kept *\/","\/\/ kept"])"},
-          {R"(["a\"/*", 1])", R"(["a\"\/*",1])"},
-          {"[1] // no final line feed", "[1]"},
-          {"{\"a\"/**/:/**/1}", R"({"a":1})"},
-          {"[1, /* never closed", kRefused},
-          {"// only a comment", kRefused},
-          {"\xEF\xBB\xBF[1]", kRefused},
-      },
-      parseWithComments);
-  EXPECT_EQ(parse("/* c */ [1]"), nullptr);
-  EXPECT_EQ(json_parse_string(nullptr), nullptr);
-  EXPECT_EQ(json_parse_string_with_comments(nullptr), nullptr);
-}
-
-class JsonFile : public ::testing::Test {
- protected:
-  std::string path = ::testing::TempDir() + "json_file_test_" +
-                     ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".json";
-  void TearDown() override { std::remove(path.c_str()); }
-  void write(const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-};
-
-TEST_F(JsonFile, ParsesWholeFileAfterBom) {
-  write("\xEF\xBB\xBF{\"a\": [1, 2]}\n");
-  Value value(json_parse_file(path.c_str()));
-  EXPECT_EQ(compact(value.get()), R"({"a":[1,2]})");
-}
-
-TEST_F(JsonFile, CommentsVariantReadsFile) {
-  write("{\n  // why\n  \"a\": 1 /* unit */\n}\n");
-  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  Value value(json_parse_file_with_comments(path.c_str()));
-  EXPECT_EQ(compact(value.get()), R"({"a":1})");
-}
-
-TEST_F(JsonFile, MissingEmptyOrBrokenFileGivesNull) {
-  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  write("");
-  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  write("{\"a\":");
-  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  EXPECT_EQ(json_parse_file(nullptr), nullptr);
-}
-
-TEST_F(JsonFile, SerialisedFileReadsBack) {
-  std::string text = "{\"s\":\"" + std::string(200000, 'x') + "\",\"n\":[1,2]}";
-  Value value = parse(text);
-  ASSERT_EQ(json_serialize_to_file_pretty(value.get(), path.c_str()), JSONSuccess);
-  Value pretty(json_parse_file(path.c_str()));
-  EXPECT_EQ(compact(pretty.get()), text);
-  ASSERT_EQ(json_serialize_to_file(value.get(), path.c_str()), JSONSuccess);
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), text);
-  EXPECT_EQ(json_serialize_to_file(nullptr, path.c_str()), JSONFailure);
-  EXPECT_EQ(json_serialize_to_file(value.get(), "/nonexistent-dir/x.json"), JSONFailure);
 }
 
 }  // namespace

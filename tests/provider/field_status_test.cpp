@@ -9,12 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "provider/field_info.h"
 #include "provider/host_extensions.h"
-#include "provider/sampling_thread.h"
-#include "src/data/data_serializer.h"
-#include "static_provider.h"
 #include "support/fake_ipmitool.h"
+#include "support/hosted_provider.h"
 
 namespace vtr {
 namespace test {
@@ -40,19 +37,16 @@ std::string edited(const std::string& file, const char* from, const char* to) {
   return text;
 }
 
-// The statuses of the event the host was just handed.
-std::map<std::string, int> statusesAfterOnePass(StaticProvider& provider) {
-  ipmitool::SensorSample sample;
-  ipmitool::ipmitool_provider_generate_events(&provider.state(), sample);
-  std::vector<uint8_t> buffer(4096);
-  vtr_data_serializer_t serializer{provider.typeSystem(), buffer.data(), buffer.size(), 0};
-  EXPECT_EQ(provider.record()->progress(provider.record(), nullptr, &serializer), 0);
-
-  const ipmitool::provider_t& state = provider.state();
-  std::vector<uint8_t> statuses(state.field_count);
-  EXPECT_EQ(vtr_ipmitool_field_status(provider.record(), statuses.data(), statuses.size()), state.field_count);
+// The statuses of the first event the host is handed, by field name.
+std::map<std::string, int> statusesOfFirstEvent(HostedProvider& provider) {
+  provider.start();
+  EXPECT_FALSE(provider.nextEvent().json.empty());
+  const vtr_type_definition_t& type = provider.eventType();
+  std::vector<uint8_t> statuses(type.num_fields);
+  EXPECT_EQ(provider.api().field_status(provider.session().record(), statuses.data(), statuses.size()),
+            type.num_fields);
   std::map<std::string, int> byName;
-  for (uint16_t i = 0; i < state.field_count; ++i) byName[state.field_infos[i]->name] = statuses[i];
+  for (int i = 0; i < type.num_fields; ++i) byName[type.fields[i]->field_name] = statuses[i];
   return byName;
 }
 
@@ -61,14 +55,14 @@ class FieldStatus : public ::testing::TestWithParam<FieldStatusCase> {};
 TEST_P(FieldStatus, NamesEveryFieldWithoutAReading) {
   const FieldStatusCase& row = GetParam();
   FakeIpmitool fake;
-  StaticProvider provider{{{"ipmitool-include-discrete-sensors", "true"},
+  HostedProvider provider{{{"ipmitool-include-discrete-sensors", "true"},
                            {"ipmitool-include-empty-fields", row.includeEmptyFields ? "true" : "false"}}};
-  ASSERT_TRUE(provider.initialize());
-  EXPECT_EQ(vtr_ipmitool_field_status(provider.record(), nullptr, 0), -1) << "nothing handed over yet";
-  fake.replayText(edited("sensor-v.txt", row.verboseFrom, row.verboseTo),
-                  edited("sensor.txt", row.compactFrom, row.compactTo));
+  ASSERT_NE(provider.api().field_status, nullptr);
+  EXPECT_EQ(provider.api().field_status(provider.session().record(), nullptr, 0), -1) << "nothing handed over yet";
+  fake.replayText(edited("verbose.txt", row.verboseFrom, row.verboseTo),
+                  edited("compact.txt", row.compactFrom, row.compactTo));
 
-  for (const auto& [field, status] : statusesAfterOnePass(provider)) {
+  for (const auto& [field, status] : statusesOfFirstEvent(provider)) {
     const auto expected = row.withoutReading.find(field);
     EXPECT_EQ(status, expected == row.withoutReading.end() ? VTR_FIELD_READ : expected->second) << field;
   }
@@ -97,9 +91,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(PromptStop, EndsThePauseBetweenPassesAtOnce) {
   FakeIpmitool fake;
-  StaticProvider provider{{{"ipmitool-sample-interval-sec", "600"}}};
-  ASSERT_TRUE(provider.initialize());
-  ASSERT_TRUE(provider.record()->start(provider.record()));
+  HostedProvider provider{{{"ipmitool-sample-interval-sec", "600"}}};
+  provider.start();
   const size_t runsBefore = fake.recordedCalls().size();
   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (fake.recordedCalls().size() == runsBefore && std::chrono::steady_clock::now() < limit)
@@ -107,7 +100,8 @@ TEST(PromptStop, EndsThePauseBetweenPassesAtOnce) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));  // into the pause
 
   const auto started = std::chrono::steady_clock::now();
-  EXPECT_TRUE(provider.record()->stop(provider.record()));
+  vtr_event_provider_t* record = provider.session().record();
+  EXPECT_TRUE(record->stop(record));
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30)) << "the pause is 600 s";
 }
 

@@ -145,13 +145,13 @@ TEST(Dictionary, DuplicateIsIndependentOfItsOriginal) {
 
 TEST(Dictionary, DumpWritesTheNameThenOneLinePerEntry) {
   const Dict dict = make_dict({{"sudo", "1"}});
-  vtr::test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::LogRecorder log;
   vtr_dict_dump(dict.get(), "options");
 
-  ASSERT_EQ(vtr::test::captured_lines().size(), 2u);
-  EXPECT_EQ(vtr::test::captured_lines()[0].text, "options map values: ");
-  EXPECT_EQ(vtr::test::captured_lines()[1].text, "key=sudo  val=1");
-  EXPECT_EQ(vtr::test::captured_lines()[1].priority, VTR_LOG_DEBUG);
+  ASSERT_EQ(log.all().size(), 2u);
+  EXPECT_EQ(log.all()[0].text, "options map values: ");
+  EXPECT_EQ(log.all()[1].text, "key=sudo  val=1");
+  EXPECT_EQ(log.all()[1].priority, VTR_LOG_DEBUG);
 }
 
 }  // namespace

@@ -16,7 +16,6 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-using vtr::test::captured;
 
 void writeFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
@@ -27,13 +26,13 @@ vtr::ProviderFieldSet setFromLines(const Lines& lines) {
 }
 
 TEST(FieldSetFile, CommentsAndBlankLinesOnlyLoadNothing) {
-  vtr::test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::LogRecorder log;
   vtr::test::ScratchFile file;
   writeFile(file.path(), "# nothing here\n\n   \t\n  # indented comment\n");
   vtr::ProviderFieldSet set;
   EXPECT_FALSE(set.loadFromFile(file.path()));
   EXPECT_FALSE(set.isInitialized());
-  EXPECT_TRUE(captured(std::string("[loadFromFile] no patterns found in ") + file.path()));
+  EXPECT_TRUE(log.contains(std::string("[loadFromFile] no patterns found in ") + file.path()));
 
   vtr_provider_field_set_t* handle = vtr_provider_field_set_create();
   EXPECT_FALSE(vtr_provider_field_set_init_from_file(handle, file.path()));
@@ -54,14 +53,14 @@ TEST(FieldSetFile, NameIsTheFileStemAndCarriageReturnsAreTrimmed) {
 }
 
 TEST(FieldSetFile, MissingOrUnnamedFilesAreReported) {
-  vtr::test::capture_log(VTR_LOG_ERR);
+  vtr::test::LogRecorder log(vtr_set_log_func, VTR_LOG_ERR);
   vtr::ProviderFieldSet set;
   EXPECT_FALSE(set.loadFromFile(""));
   EXPECT_FALSE(set.loadFromFile("/nonexistent/x.fset"));
   EXPECT_FALSE(set.initializeFromFile(nullptr));
-  EXPECT_TRUE(captured("[loadFromFile] empty filename"));
-  EXPECT_TRUE(captured("[loadFromFile] file /nonexistent/x.fset does not exist"));
-  EXPECT_TRUE(captured("ProviderFieldSet: missing filename parameter"));
+  EXPECT_TRUE(log.contains("[loadFromFile] empty filename"));
+  EXPECT_TRUE(log.contains("[loadFromFile] file /nonexistent/x.fset does not exist"));
+  EXPECT_TRUE(log.contains("ProviderFieldSet: missing filename parameter"));
 }
 
 TEST(FieldSetFile, HeaderListsGiveEveryTypePatternTheSectionFields) {
@@ -122,14 +121,14 @@ TEST(FieldSetFile, TypePatternsTakeOnlyAFinalWildcard) {
 }
 
 TEST(FieldSetFile, ConfigurationIsPrintedAtInfoLevel) {
-  vtr::test::capture_log(VTR_LOG_INFO);
+  vtr::test::LogRecorder log(vtr_set_log_func, VTR_LOG_INFO);
   setFromLines({"[b]", "x", "y", "[a]"}).printConfiguration();
   const std::vector<std::string> expected = {
       "[printConfiguration] '' configuration:", "[printConfiguration]  Initialized: yes",
       "[printConfiguration]  Type pattern: [a]", "[printConfiguration]  Type pattern: [b]",
       "[printConfiguration]    x",                "[printConfiguration]    y"};
   std::vector<std::string> printed;
-  for (const auto& line : vtr::test::captured_lines()) {
+  for (const auto& line : log.all()) {
     EXPECT_EQ(line.priority, VTR_LOG_INFO);
     printed.push_back(line.text);
   }
@@ -156,7 +155,7 @@ TEST(FieldSetPlainFunctions, LinesAreParsedSkippingNullEntries) {
 
 // A broken field set keeps every type but drops every field.
 TEST(FieldSetPlainFunctions, FailedChecksGiveTheDocumentedSense) {
-  vtr::test::capture_log(VTR_LOG_ERR);
+  vtr::test::LogRecorder log(vtr_set_log_func, VTR_LOG_ERR);
   vtr_provider_field_set_t empty{nullptr};
   vtr_provider_field_set_t* handle = vtr_provider_field_set_create();
   const char* lines[] = {"[a]"};
@@ -189,9 +188,9 @@ TEST(FieldSetPlainFunctions, FailedChecksGiveTheDocumentedSense) {
        "[vtr_provider_field_set_get_name] field_set is empty"},
   };
   for (const Case& c : cases) {
-    vtr::test::captured_lines().clear();
+    log.clear();
     EXPECT_EQ(c.call(), c.result) << c.message;
-    EXPECT_TRUE(captured(c.message)) << c.message;
+    EXPECT_TRUE(log.contains(c.message)) << c.message;
   }
   vtr_provider_field_set_destroy(handle);
 }

@@ -53,11 +53,11 @@ TEST(SourceRange, ValidFormsNumberTheBaseId) {
 
 TEST(SourceRange, InvalidFormsYieldNothing) {
   useHostName("node1");
-  vtr::test::capture_log(VTR_LOG_ERR);
+  vtr::test::LogRecorder log(vtr_set_log_func, VTR_LOG_ERR);
   for (const char* text : {"rack[4-2]", "-3", "3-", "0", "abc", "3x", " 3", "+3", "4-2", "rack[2-4", "rack[3]",
                            "rack[2-4]x", "a-b[1-2]", "rack[-4]", "99999999999"}) {
     EXPECT_EQ(vtr_create_source_array_from_string(text), nullptr) << text;
-    EXPECT_TRUE(vtr::test::captured(std::string("[source] Invalid source format: ") + text)) << text;
+    EXPECT_TRUE(log.contains(std::string("[source] Invalid source format: ") + text)) << text;
   }
 }
 
@@ -101,11 +101,11 @@ TEST(Source, IdAndTagAreCutToTheirFields) {
 }
 
 TEST(Source, FullStringNeedsRoomForSeparatorAndTerminator) {
-  vtr::test::capture_log(VTR_LOG_DEBUG);
+  vtr::test::LogRecorder log;
   vtr_source_t* source = vtr_create_source("ab", "c");
   char text[5];
   EXPECT_FALSE(vtr_source_full_string(source, text, 4));
-  EXPECT_TRUE(vtr::test::captured("[source] buffer too small for source ab:c (got 4)"));
+  EXPECT_TRUE(log.contains("[source] buffer too small for source ab:c (got 4)"));
   ASSERT_TRUE(vtr_source_full_string(source, text, 5));
   EXPECT_STREQ(text, "ab:c");
   vtr_destroy_source(source);

@@ -57,14 +57,14 @@ FakeIpmitool::~FakeIpmitool() {
 }
 
 void FakeIpmitool::replay(const std::string& fixtureCase) {
-  replayText(readFile(fixturePath(fixtureCase, "sensor-v.txt")),
-             readFile(fixturePath(fixtureCase, "sensor.txt")));
+  replayText(readFile(fixturePath(fixtureCase, "verbose.txt")),
+             readFile(fixturePath(fixtureCase, "compact.txt")));
 }
 
 void FakeIpmitool::replayText(const std::string& verboseListing,
                               const std::string& compactListing) {
-  writeFile(dir_ + "/sensor-v.txt", verboseListing);
-  writeFile(dir_ + "/sensor.txt", compactListing);
+  writeFile(dir_ + "/verbose.txt", verboseListing);
+  writeFile(dir_ + "/compact.txt", compactListing);
 }
 
 void FakeIpmitool::setExitCode(int code) { writeFile(dir_ + "/exit-code", std::to_string(code)); }
@@ -76,6 +76,7 @@ void FakeIpmitool::setSleepSeconds(double seconds) {
 }
 
 void FakeIpmitool::injectFault(const std::string& shellCode) { writeFile(dir_ + "/fault.sh", shellCode); }
+void FakeIpmitool::hang() { writeFile(dir_ + "/sleep-seconds", "infinity"); }
 
 std::vector<std::string> FakeIpmitool::recordedCalls() const {
   std::vector<std::string> calls;

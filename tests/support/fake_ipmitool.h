@@ -8,7 +8,7 @@ namespace vtr {
 namespace test {
 
 // Puts a fake `ipmitool` first in PATH for this process. It replays a recorded fixture
-// (tests/fixtures/<case>/sensor-v.txt for "sensor -v", tests/fixtures/<case>/sensor.txt for
+// (tests/fixtures/<case>/verbose.txt for "sensor -v", tests/fixtures/<case>/compact.txt for
 // "sensor"), records every argument list, and can exit with a chosen code or sleep first.
 // The destructor restores PATH and removes the temporary directory.
 class FakeIpmitool {
@@ -26,6 +26,8 @@ class FakeIpmitool {
   void setSleepSeconds(double seconds);
   // Shell code the tool runs first, in its own shell, with $dir its directory.
   void injectFault(const std::string& shellCode);
+  // Every later run sleeps until it is killed.
+  void hang();
   // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
   std::vector<std::string> recordedCalls() const;
   const std::string& directory() const { return dir_; }
@@ -35,7 +37,7 @@ class FakeIpmitool {
   std::string savedPath_;
 };
 
-// Absolute path of a fixture file, e.g. fixturePath("small-server", "sensor-v.txt").
+// Absolute path of a fixture file, e.g. fixturePath("small-server", "verbose.txt").
 std::string fixturePath(const std::string& fixtureCase, const std::string& file);
 std::string readFile(const std::string& path);
 

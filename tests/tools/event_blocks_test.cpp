@@ -83,10 +83,6 @@ TEST_F(SerializedEvents, EveryBlockAndEventComesBackWithItsHeader) {
   EXPECT_EQ(read(blocks[1], 0).state, 7);
 }
 
-TEST_F(SerializedEvents, AnEmptyBufferHasNoBlocks) {
-  EXPECT_TRUE(decodeEventBlocks(buffer_, 0, *typeSystem_).empty());
-}
-
 TEST_F(SerializedEvents, DamagedBuffersAreRefused) {
   write({{1, 1}, {2, 2}}, 1);
   const std::size_t written = serializer_.used;

@@ -8,7 +8,6 @@
 #include <exception>
 #include <thread>
 
-#include "host_json.h"
 #include "host_process.h"
 #include "support/fake_ipmitool.h"
 
@@ -54,7 +53,7 @@ TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
   std::vector<std::string> lines = host.errorLines();
   ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
   EXPECT_NE(lines[0].find(row.reported), std::string::npos) << lines[0];
-  EXPECT_EQ(host.remainingOutput(), "");
+  EXPECT_TRUE(host.remainingLines().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -71,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
   FakeIpmitool tool;
   tool.setExitCode(1);
-  HostProcess host(discreteEverySecond());
+  HostProcess host(kDiscreteEverySecond);
   EXPECT_EQ(host.wait(), 1);
   std::vector<std::string> lines = host.errorLines();
   ASSERT_GE(lines.size(), 2u) << host.errorOutput();
@@ -82,23 +81,23 @@ TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
 }
 
 // The tool hangs with no time limit while the provider initialises: the stop still ends it.
-TEST(HostStopsOnSignal, DuringInitializeWithExitCodeZero) {
+TEST(HostStopsDuringInitialize, OnSignalWithExitCodeZero) {
   FakeIpmitool tool;
   tool.injectFault("sleep 3600");
   HostProcess host({"--option", "ipmitool-command-timeout=0"});
-  const auto limit = std::chrono::steady_clock::now() + kHostStartLimit;
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (tool.recordedCalls().empty() && std::chrono::steady_clock::now() < limit)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   host.signal(SIGTERM);
   EXPECT_EQ(host.wait(), 0) << host.errorOutput();
-  EXPECT_EQ(host.remainingOutput(), "");
+  EXPECT_TRUE(host.remainingLines().empty());
 }
 
 class HostStopsOnSignal : public ::testing::TestWithParam<int> {};
 
 TEST_P(HostStopsOnSignal, WithExitCodeZeroAfterStoppingTheProvider) {
   FakeIpmitool tool;
-  HostProcess host(discreteEverySecond());
+  HostProcess host(kDiscreteEverySecond);
   ASSERT_TRUE(host.readLine()) << host.errorOutput();
   host.signal(GetParam());
   EXPECT_EQ(host.wait(), 0) << host.errorOutput();

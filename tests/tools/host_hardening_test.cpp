@@ -6,7 +6,7 @@
 #include <chrono>
 #include <memory>
 
-#include "host_json.h"
+#include "json/parson.h"
 #include "host_process.h"
 #include "support/fake_ipmitool.h"
 
@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 // The small server with a name that is not UTF-8 and, when `from` is given, one more edit.
 std::string smallServerListing(const std::string& from = "", const std::string& to = "") {
-  std::string listing = readFile(fixturePath("small-server", "sensor-v.txt"));
+  std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
   listing.replace(listing.find("CPU1 Temp"), 9, "CPU\xff Temp");
   if (!from.empty()) listing.replace(listing.find(from), from.size(), to);
   return listing;
@@ -67,16 +67,16 @@ class RunningHost : public ::testing::Test {
 };
 
 TEST_F(RunningHost, FieldWithoutAReadingIsNullInTheLineAndAbsentFromMetrics) {
-  tool.replayText(smallServerListing(), readFile(fixturePath("small-server", "sensor.txt")));
-  start(discreteEverySecond());
-  tool.replayText(smallServerListing("47 (+/- 0) degrees C", "na"), readFile(fixturePath("small-server", "sensor.txt")));
+  tool.replayText(smallServerListing(), readFile(fixturePath("small-server", "compact.txt")));
+  start(kDiscreteEverySecond);
+  tool.replayText(smallServerListing("47 (+/- 0) degrees C", "na"), readFile(fixturePath("small-server", "compact.txt")));
   std::optional<std::string> line;
   do {
     line = host->readLine();
     ASSERT_TRUE(line) << host->errorOutput();
   } while (line->find("\"cpu2_temp\":null") == std::string::npos);
 
-  JsonDocument event = parseJson(*line);
+  std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> event(json_parse_string(line->c_str()), json_value_free);
   ASSERT_TRUE(event) << "not valid JSON: " << *line;
   EXPECT_TRUE(json_object_has_value_of_type(json_object(event.get()), "cpu\xEF\xBF\xBD_temp", JSONNumber)) << *line;
   std::optional<HttpResponse> page = httpGet(port, "/metrics");
@@ -87,14 +87,14 @@ TEST_F(RunningHost, FieldWithoutAReadingIsNullInTheLineAndAbsentFromMetrics) {
 }
 
 TEST_F(RunningHost, SecondHostOnTheSamePortIsRefused) {
-  start(discreteEverySecond());
+  start(kDiscreteEverySecond);
   HostProcess second({"--listen", std::to_string(port)});
   EXPECT_EQ(second.wait(), 1);
   EXPECT_EQ(second.errorLines().size(), 1u) << second.errorOutput();
 }
 
 TEST_F(RunningHost, RefusesAnythingButAShortGetOrHeadAtOnce) {
-  start(discreteEverySecond());
+  start(kDiscreteEverySecond);
   const struct {
     std::string request;
     const char* status;
@@ -110,7 +110,7 @@ TEST_F(RunningHost, RefusesAnythingButAShortGetOrHeadAtOnce) {
 }
 
 TEST_F(RunningHost, IdleConnectionsDoNotStarveAScrape) {
-  start(discreteEverySecond());
+  start(kDiscreteEverySecond);
   std::vector<int> idle;
   for (int i = 0; i < 200; ++i) idle.push_back(connectLoopback(port));
   const auto started = Clock::now();

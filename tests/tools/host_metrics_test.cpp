@@ -8,7 +8,6 @@
 #include <regex>
 #include <sstream>
 
-#include "host_json.h"
 #include "host_process.h"
 #include "support/fake_ipmitool.h"
 
@@ -49,7 +48,7 @@ TEST(HostMetrics, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
   FakeIpmitool tool;
   setenv("VTR_SOURCE_ID", kSourceId, 1);
   int port = pickFreeLoopbackPort();
-  std::vector<std::string> args = discreteEverySecond();
+  std::vector<std::string> args = kDiscreteEverySecond;
   args.insert(args.end(), {"--listen", std::to_string(port)});
   HostProcess host(args);
   ASSERT_TRUE(host.readLine()) << host.errorOutput();
@@ -61,12 +60,12 @@ TEST(HostMetrics, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
   ExpositionPage page = readExposition(response->body);
   EXPECT_TRUE(page.malformedLines.empty()) << page.malformedLines.front();
 
-  for (const ExpectedReading& reading : kSmallServerReadings) {
-    std::string family = "ipmitool_" + std::string(reading.field);
-    if (family == "ipmitool_3.3v") family = "ipmitool_3_3v";  // '.' is not allowed in a name
+  // '.' is not allowed in a name: 3.3v becomes 3_3v.
+  for (const auto& [family, value] : {std::pair<std::string, double>{"ipmitool_cpu1_temp", 45},
+                                      {"ipmitool_3_3v", 3.3}, {"ipmitool_ps2_status", 0x0300}}) {
     EXPECT_EQ(page.type[family], "gauge") << family;
     ASSERT_EQ(page.samples.count(family + kSourceLabel), 1u) << family << "\n" << response->body;
-    EXPECT_DOUBLE_EQ(page.samples[family + kSourceLabel], reading.value) << family;
+    EXPECT_DOUBLE_EQ(page.samples[family + kSourceLabel], value) << family;
   }
   EXPECT_EQ(page.help["ipmitool_cpu1_temp"], "CPU1 Temp (0x1) 3.1 Temperature");
   EXPECT_EQ(page.help.count("ipmitool_timestamp"), 0u) << "the event time is not a measurement";

@@ -4,156 +4,87 @@
 // vtr-host run as a child process, and a plain HTTP GET, for the tools tests.
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include "support/test_env.h"
 
 namespace vtr {
 namespace test {
 
-// Bounds for the waits below: only a safety net against a hung child, never a measurement.
-constexpr std::chrono::seconds kHostStartLimit{60};
-constexpr std::chrono::seconds kHostExitLimit{60};
+// The options most runs pass: discrete sensors on, one sample a second.
+inline const std::vector<std::string> kDiscreteEverySecond = {"--option", "ipmitool-include-discrete-sensors=true",
+                                                              "--option", "ipmitool-sample-interval-sec=1"};
 
-// The binary under test with its stdout and stderr on pipes. The destructor kills and reaps a
-// child that is still running, so a failed assertion leaves nothing behind.
+// The binary under test, started through the shell, which prints its pid and then becomes it
+// (exec), so the pipe's status is the host's own. Its stderr goes to a file. A child still
+// running at the end is killed; a hung host is bounded by the test's own time limit.
 class HostProcess {
  public:
-  explicit HostProcess(const std::vector<std::string>& args) {
-    int out[2];
-    int err[2];
-    if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(out[1], STDOUT_FILENO);
-      dup2(err[1], STDERR_FILENO);
-      std::vector<char*> argv{const_cast<char*>(VTR_HOST_BINARY)};
-      for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-      argv.push_back(nullptr);
-      execv(VTR_HOST_BINARY, argv.data());
-      _exit(127);
-    }
-    close(out[1]);
-    close(err[1]);
-    stdout_ = out[0];
-    stderr_ = err[0];
+  explicit HostProcess(const std::vector<std::string>& args) : errorFile_(makeTempDirectory("vtr-host") + "/stderr") {
+    std::string command = "echo $$; exec " + shellQuote(VTR_HOST_BINARY);
+    for (const std::string& arg : args) command += " " + shellQuote(arg);
+    pipe_ = popen((command + " 2>" + shellQuote(errorFile_)).c_str(), "r");
+    if (const std::optional<std::string> pid = readLine()) pid_ = std::stoi(*pid);
   }
-
   ~HostProcess() {
-    if (running()) {
-      kill(pid_, SIGKILL);
-      reap(true);
+    if (pipe_ != nullptr) {
+      signal(SIGKILL);
+      pclose(pipe_);
     }
-    if (stdout_ >= 0) close(stdout_);
-    if (stderr_ >= 0) close(stderr_);
+    removeDirectory(errorFile_.substr(0, errorFile_.rfind('/')));
   }
-
   HostProcess(const HostProcess&) = delete;
   HostProcess& operator=(const HostProcess&) = delete;
 
-  bool started() const { return pid_ > 0; }
-
-  // The next line of standard output; nullopt when the output ended or the limit passed.
-  std::optional<std::string> readLine(std::chrono::seconds limit = kHostStartLimit) {
-    auto deadline = std::chrono::steady_clock::now() + limit;
-    for (;;) {
-      std::size_t newline = out_.find('\n', consumed_);
-      if (newline != std::string::npos) {
-        std::string line = out_.substr(consumed_, newline - consumed_);
-        consumed_ = newline + 1;
-        return line;
-      }
-      if (!pump(deadline)) return std::nullopt;
+  // The next line of standard output; nullopt once it ended.
+  std::optional<std::string> readLine() {
+    std::string line;
+    char chunk[4096];
+    while (pipe_ != nullptr && fgets(chunk, sizeof chunk, pipe_) != nullptr) {
+      line += chunk;
+      if (line.back() == '\n') return line.substr(0, line.size() - 1);
     }
+    return line.empty() ? std::nullopt : std::optional<std::string>(line);
   }
-
-  // Waits for the exit and returns its code (128 + signal for a killed child); -1 when the
-  // child had to be killed at the limit.
-  int wait(std::chrono::seconds limit = kHostExitLimit) {
-    auto deadline = std::chrono::steady_clock::now() + limit;
-    while (pump(deadline)) {
-    }
-    return reap(!closed());
+  // Reads the rest of the output and returns the exit code (128 + signal for a killed host).
+  int wait() {
+    for (std::optional<std::string> line; (line = readLine());) rest_.push_back(*line);
+    const int status = pipe_ != nullptr ? pclose(pipe_) : -1;
+    pipe_ = nullptr;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
-
   void signal(int number) {
-    if (running()) kill(pid_, number);
+    if (pid_ > 0) kill(pid_, number);
   }
-
-  // All of standard output that readLine has not returned yet.
-  std::string remainingOutput() const { return out_.substr(consumed_); }
-  const std::string& errorOutput() const { return err_; }
-  std::vector<std::string> errorLines() const { return split(err_); }
-  std::vector<std::string> remainingLines() const { return split(remainingOutput()); }
-
- private:
-  static std::vector<std::string> split(const std::string& text) {
+  // Lines wait() read after the last readLine().
+  const std::vector<std::string>& remainingLines() const { return rest_; }
+  std::string errorOutput() const {
+    std::ifstream in(errorFile_);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+  std::vector<std::string> errorLines() const {
     std::vector<std::string> lines;
-    std::size_t start = 0;
-    for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-      lines.push_back(text.substr(start, end - start));
-    }
-    if (start < text.size()) lines.push_back(text.substr(start));
+    std::istringstream in(errorOutput());
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
   }
 
-  bool running() const { return pid_ > 0 && status_ < 0; }
-  bool closed() const { return stdout_ < 0 && stderr_ < 0; }
-
-  // Reads whatever either pipe has; false once both are closed or the deadline passed.
-  bool pump(std::chrono::steady_clock::time_point deadline) {
-    if (closed()) return false;
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    if (left.count() <= 0) return false;
-    pollfd fds[2] = {{stdout_, POLLIN, 0}, {stderr_, POLLIN, 0}};
-    if (poll(fds, 2, static_cast<int>(left.count())) <= 0) return true;
-    drain(fds[0], stdout_, out_);
-    drain(fds[1], stderr_, err_);
-    return true;
-  }
-
-  static void drain(const pollfd& fd, int& descriptor, std::string& into) {
-    if (descriptor < 0 || fd.revents == 0) return;
-    char chunk[4096];
-    ssize_t got = read(descriptor, chunk, sizeof(chunk));
-    if (got > 0) {
-      into.append(chunk, static_cast<std::size_t>(got));
-    } else {
-      close(descriptor);
-      descriptor = -1;
-    }
-  }
-
-  int reap(bool killFirst) {
-    if (pid_ <= 0) return -1;
-    if (status_ < 0) {
-      if (killFirst) kill(pid_, SIGKILL);
-      int status = 0;
-      while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-      }
-      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-      if (killFirst) return -1;
-    }
-    return status_;
-  }
-
+ private:
+  std::string errorFile_;
+  FILE* pipe_ = nullptr;
   pid_t pid_ = -1;
-  int stdout_ = -1;
-  int stderr_ = -1;
-  int status_ = -1;
-  std::string out_;
-  std::string err_;
-  std::size_t consumed_ = 0;
+  std::vector<std::string> rest_;
 };
 
 // A loopback TCP port that was free a moment ago.

@@ -1,0 +1,108 @@
+// Every tests/fixtures/<case>/ holding an expected.json: the fake tool replays the case's
+// listings to the library as vtr-host loads and drives it, and the event type's fields and
+// the first event (as vtr-host prints it, less its varying timestamp and source) must match.
+// VTR_WRITE_GOLDEN=1 writes expected.json from what the library does instead: review it.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "json/parson.h"
+#include "support/fake_ipmitool.h"
+#include "support/hosted_provider.h"
+#include "support/sim_server.h"
+
+namespace vtr {
+namespace test {
+namespace {
+
+using Json = std::unique_ptr<JSON_Value, decltype(&json_value_free)>;
+
+std::vector<std::string> goldenCases() {
+  std::vector<std::string> cases;
+  for (const auto& entry : std::filesystem::directory_iterator(VTR_TEST_FIXTURES_DIR))
+    if (std::filesystem::exists(entry.path() / "expected.json")) cases.push_back(entry.path().filename());
+  std::sort(cases.begin(), cases.end());
+  return cases;
+}
+
+// The case's options.txt (KEY=VALUE lines); a short interval, so that stopping is quick.
+Options caseOptions(const std::string& fixtureCase) {
+  Options options{{"ipmitool-sample-interval-sec", "1"}};
+  std::ifstream in(fixturePath(fixtureCase, "options.txt"));
+  for (std::string line; std::getline(in, line);)
+    if (const auto equals = line.find('='); equals != std::string::npos)
+      options.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+  return options;
+}
+
+std::string pretty(const JSON_Value* value) {
+  char* text = json_serialize_to_string_pretty(value);
+  std::string result = text != nullptr ? text : "(not JSON)";
+  json_free_serialized_string(text);
+  return result;
+}
+
+// {"fields": [{name, type, description, order}...], "event": {...}} of one provider run.
+Json observe(const Options& options) {
+  HostedProvider hosted(options);
+  Json result(json_value_init_object(), json_value_free);
+  JSON_Value* fields = json_value_init_array();
+  const vtr_type_definition_t& type = hosted.eventType();
+  for (int32_t i = 0; i < type.num_fields; ++i) {
+    JSON_Value* field = json_value_init_object();
+    json_object_set_string(json_object(field), "name", type.fields[i]->field_name);
+    json_object_set_string(json_object(field), "type", type.fields[i]->type_name);
+    json_object_set_string(json_object(field), "description", type.fields[i]->description);
+    json_object_set_number(json_object(field), "order", i);
+    json_array_append_value(json_array(fields), field);
+  }
+  json_object_set_value(json_object(result.get()), "fields", fields);
+  hosted.start();
+  JSON_Value* event = json_parse_string(hosted.nextEvent().json.c_str());
+  if (event != nullptr) {
+    json_object_remove(json_object(event), "timestamp");
+    json_object_remove(json_object(event), "source");
+  }
+  json_object_set_value(json_object(result.get()), "event", event != nullptr ? event : json_value_init_null());
+  return result;
+}
+
+void expectGolden(const std::string& fixtureCase, const Json& actual) {
+  const std::string path = fixturePath(fixtureCase, "expected.json");
+  if (std::getenv("VTR_WRITE_GOLDEN") != nullptr) json_serialize_to_file_pretty(actual.get(), path.c_str());
+  const Json expected(json_parse_file(path.c_str()), json_value_free);
+  ASSERT_NE(expected, nullptr) << path << " is not JSON";
+  EXPECT_EQ(pretty(actual.get()), pretty(expected.get())) << fixtureCase;
+}
+
+class GoldenFixture : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(GoldenFixture, FieldsAndFirstEventMatchExpectedJson) {
+  FakeIpmitool fake(GetParam());
+  expectGolden(GetParam(), observe(caseOptions(GetParam())));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixture, ::testing::ValuesIn(goldenCases()),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name;
+                         });
+
+// The recording was taken from this simulator profile, so the real tool must give the same.
+TEST(GoldenFixtureRealTool, SimulatedSmallServerMatchesItsRecording) {
+  SimServer sim("small");
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  sim.useShim();
+  const Json actual = observe(caseOptions("small-server"));
+  const Json expected(json_parse_file(fixturePath("small-server", "expected.json").c_str()), json_value_free);
+  EXPECT_EQ(pretty(actual.get()), pretty(expected.get()));
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace vtr
