@@ -38,7 +38,9 @@ void MetricsBoard::publish(EventSnapshot snapshot) {
 BoardView MetricsBoard::view() const {
   std::lock_guard<std::mutex> lock(mutex_);
   BoardView view{latest_, eventsTotal_, up_, facts_, {}};
-  for (const auto& [name, trend] : trends_) view.trends.emplace(name, std::vector<std::optional<double>>(trend.begin(), trend.end()));
+  for (const auto& [name, trend] : trends_) {
+    view.trends.emplace(name, std::vector<std::optional<double>>(trend.begin(), trend.end()));
+  }
   return view;
 }
 

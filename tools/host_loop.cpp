@@ -136,7 +136,10 @@ void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopR
   }
   board.setUp(true);
   // Only now: a failure before this point is reported by its own single line.
-  if (server) std::fprintf(stderr, "vtr-host: serving %s and %smetrics\n", server->url().c_str(), server->url().c_str());
+  if (server) {
+    const std::string page = server->url();
+    std::fprintf(stderr, "vtr-host: serving %s and %smetrics\n", page.c_str(), page.c_str());
+  }
   EventPump(options, session, printer, board).run(stopRequested);
   board.setUp(false);
 }

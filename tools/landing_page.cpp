@@ -23,6 +23,7 @@ constexpr const char* kStyle =
     "th,td{padding:.25em .75em;border-bottom:1px solid #ddd;text-align:left}"
     "td.value{text-align:right;font-variant-numeric:tabular-nums}"
     "td.missing{color:#a33}"
+    "svg.trend{background:#f1f4f6}"
     "svg.trend polyline{fill:none;stroke:#2a6f97;stroke-width:1.5}"
     "svg.trend circle{fill:#2a6f97}";
 

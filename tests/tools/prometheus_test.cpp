@@ -104,7 +104,8 @@ TEST(PrometheusExposition, ReadingsGoToTheirUnitsFamilyWithTheSensorInTheLabels)
   std::vector<std::string> blocks;
   for (std::string line; std::getline(in, line);) {
     const bool comment = line.rfind("# ", 0) == 0;
-    const std::string name = comment ? line.substr(7, line.find(' ', 7) - 7) : line.substr(0, line.find_first_of("{ "));
+    const std::string name =
+        comment ? line.substr(7, line.find(' ', 7) - 7) : line.substr(0, line.find_first_of("{ "));
     if (!blocks.empty() && blocks.back() == name) continue;
     EXPECT_EQ(std::count(blocks.begin(), blocks.end(), name), 0) << name << " comes back in\n" << page;
     EXPECT_EQ(line.rfind("# HELP " + name + " ", 0), 0u) << line;
