@@ -1,7 +1,7 @@
 #include "tools/trend_svg.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 
 #include "tools/number_text.h"
 
@@ -14,9 +14,16 @@ constexpr double kWidth = 120;
 constexpr double kHeight = 28;
 constexpr double kPad = 2;
 
-std::string coordinate(double value) {
+// One decimal is finer than a pixel; to_chars keeps a page of a few thousand points cheap.
+void appendCoordinate(std::string& out, double value) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.1f", value);
+  const std::to_chars_result result = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 1);
+  out.append(text, result.ptr);
+}
+
+std::string coordinate(double value) {
+  std::string text;
+  appendCoordinate(text, value);
   return text;
 }
 
@@ -72,7 +79,10 @@ std::string trendSvg(const std::vector<std::optional<double>>& values, std::size
     } else {
       svg += "<polyline points=\"";
       for (std::size_t i = start; i < end; ++i) {
-        svg += (i == start ? "" : " ") + coordinate(x(i)) + "," + coordinate(y(*values[i]));
+        if (i != start) svg += ' ';
+        appendCoordinate(svg, x(i));
+        svg += ',';
+        appendCoordinate(svg, y(*values[i]));
       }
       svg += "\"/>";
     }
