@@ -14,7 +14,7 @@ test:
 
 # The whole suite under AddressSanitizer with UndefinedBehaviorSanitizer.
 test-asan:
-	scripts/install-deps
+	scripts/install-deps --with operator-views
 	$(CONFIGURE) -B build-asan -DVTR_SANITIZE=address -DVTR_BUILD_BENCH=OFF
 	cmake --build build-asan -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -22,7 +22,7 @@ test-asan:
 
 # The whole suite under ThreadSanitizer.
 test-tsan:
-	scripts/install-deps
+	scripts/install-deps --with operator-views
 	$(CONFIGURE) -B build-tsan -DVTR_SANITIZE=thread -DVTR_BUILD_BENCH=OFF
 	cmake --build build-tsan -j $(JOBS)
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \

@@ -1,9 +1,18 @@
 #!/usr/bin/env bash
 # Builds the provider and the host runner into build/, starts the simulated two-socket server
 # and prints three events that the provider sampled from it, one JSON line each.
+#
+#   ./demo.sh --serve   keeps sampling every 2 s instead, with the landing page and /metrics on
+#                       http://127.0.0.1:9290/ (DEMO_LISTEN=[ADDR:]PORT to change), until Ctrl-C.
+# Other arguments go to the CMake configure step.
 set -euo pipefail
 cd "$(dirname "$0")"
-scripts/build "$@"
+serve=
+build_args=()
+for arg in "$@"; do
+  if [ "$arg" = --serve ]; then serve=1; else build_args+=("$arg"); fi
+done
+scripts/build ${build_args[@]+"${build_args[@]}"}
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vtr-demo.XXXXXX")
 sim_pid=
@@ -19,6 +28,17 @@ sim/start-sim --profile two-socket --work-dir "$work" --info "$work/sim.info" >/
 . "$work/sim.info"
 sim_pid=$pid
 echo "demo: ipmi_sim pid $pid on 127.0.0.1:$port; its ipmitool shim is first in PATH"
+
+if [ -n "$serve" ]; then
+  echo "demo: sampling every 2 s until Ctrl-C; event lines go to $work/events.jsonl"
+  # The host prints the page's URL on stderr once it samples; Ctrl-C stops it cleanly.
+  status=0
+  PATH="$shim:$PATH" build/vtr-host \
+    --option ipmitool-include-discrete-sensors=true \
+    --option ipmitool-sample-interval-sec=2 \
+    --listen "${DEMO_LISTEN:-9290}" > "$work/events.jsonl" || status=$?
+  exit "$status"
+fi
 
 echo "demo: three samples, one second apart"
 PATH="$shim:$PATH" build/vtr-host \

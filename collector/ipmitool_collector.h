@@ -9,15 +9,16 @@
 
 #include "collector/collector_config.h"
 #include "collector/collector_types.h"
+#include "collector/sensor_facts.h"
 #include "src/data/schema.h"
 
 namespace vtr {
 namespace ipmitool {
 
 // Runs ipmitool and owns what start-up fixes: the sensors' unique names, the discrete sensors
-// seen then and the schema fields' types. The pure text steps it applies live in their own
-// units (listing_parser.h, discrete_states.h, value_rules.h, field_selection.h,
-// field_naming.h, sensor_identity.h, schema_builder.h).
+// seen then, the schema fields' types and their sensors' facts. The pure text steps it
+// applies live in their own units (listing_parser.h, discrete_states.h, value_rules.h,
+// field_selection.h, field_naming.h, sensor_identity.h, sensor_facts.h, schema_builder.h).
 class IpmitoolCollector {
  public:
   IpmitoolCollector(const CollectorConfig& config, const volatile bool& stop_flag);
@@ -29,6 +30,9 @@ class IpmitoolCollector {
   bool getSensorsData(SensorSample& out);
   // The fields of the last getSensorsData whose value is the empty-field default.
   const std::unordered_set<std::string>& fieldsFilledWithDefault() const { return fieldsFilledWithDefault_; }
+
+  // Field name -> what the listing said about its sensor, from setFieldsInfo on.
+  const std::unordered_map<std::string, SensorFacts>& fieldSensorFacts() const { return fieldSensorFacts_; }
 
   const CollectorConfig& config() const { return config_; }
 
@@ -59,6 +63,7 @@ class IpmitoolCollector {
   std::unordered_map<std::string, std::string> sensorsIdsMap;
   std::unordered_set<std::string> discreteSensorsAtStart;
   std::unordered_map<std::string, CollectorFieldType> schemaFieldTypes;
+  std::unordered_map<std::string, SensorFacts> fieldSensorFacts_;
   std::unordered_set<std::string> fieldsFilledWithDefault_;
 };
 

@@ -21,12 +21,11 @@ namespace {
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
-// The listing's own sensor name: the "Sensor ID" value up to " (", case kept.
+}  // namespace
+
 std::string listingSensorName(std::string_view sensorId) {
   return std::string(sensorId.substr(0, sensorId.find(" (")));
 }
-
-}  // namespace
 
 void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
   DiscreteSensorsData discrete_sensors_data;

@@ -2,12 +2,16 @@
 #define VTR_COLLECTOR_LISTING_PARSER_H
 
 #include <string>
+#include <string_view>
 
 #include "collector/collector_config.h"
 #include "collector/collector_types.h"
 
 namespace vtr {
 namespace ipmitool {
+
+// The listing's own sensor name: the "Sensor ID" value up to " (", case kept.
+std::string listingSensorName(std::string_view sensorId);
 
 // Cuts a verbose listing ("ipmitool sensor -v") into the records of the sensors worth keeping,
 // taking discrete sensors' states words from the compact table's data.

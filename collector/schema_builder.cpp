@@ -9,6 +9,7 @@
 #include "collector/field_naming.h"
 #include "collector/field_selection.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/sensor_facts.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
 
@@ -31,6 +32,7 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
     const std::string name = getSavedUniqueSensorNameFromSensorData(record);
     if (name.empty()) continue;  // left out: its name was not unique
     getSensorDescription(record, kind, description);
+    const SensorFacts facts = sensorFactsOf(record, kind);
 
     for (const auto& [label, rawValue] : record) {
       if (!toAddSensorField(config_, label, kind)) continue;
@@ -47,6 +49,7 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
       auto info = createSchemaField(fieldName, description, fieldTypeName(type), VTR_VALUE_TYPE_ABSOLUTE, 1);
       if (!info) continue;
       schemaFieldTypes[fieldName] = type;
+      fieldSensorFacts_[fieldName] = facts;
       fields.push_back(std::move(info));
     }
   }

@@ -26,23 +26,40 @@ void getSensorName(const std::string& sensorId, std::string& sensorName) {
   convertToSnakeCase(sensorName);
 }
 
-int getSensorNumber(const std::string& sensorId) {
+SensorNumberParse parseSensorNumber(const std::string& sensorId, int& number) {
   const auto open = sensorId.find('(');
   const auto close = sensorId.find(')');
-  if (open == std::string::npos || close == std::string::npos) return -1;
+  if (open == std::string::npos || close == std::string::npos) return SensorNumberParse::NoParentheses;
   const auto length = close > open ? close - open - 1 : std::string::npos;
   const std::string digits = sensorId.substr(open + 1, length);
   try {
-    return std::stoi(digits, nullptr, 16);
+    number = std::stoi(digits, nullptr, 16);
+    return SensorNumberParse::Found;
   } catch (const std::invalid_argument&) {
-    vtr_log(VTR_LOG_WARNING,
-            "[ipmitool collector] Could not parse Sensor Number from Sensor ID '%s': unable to convert to integer.",
-            sensorId.c_str());
+    return SensorNumberParse::NotANumber;
   } catch (const std::out_of_range&) {
-    vtr_log(VTR_LOG_WARNING,
-            "[ipmitool collector] Could not parse Sensor Number from Sensor ID '%s': Sensor Number is out of range "
-            "for integer conversion.",
-            sensorId.c_str());
+    return SensorNumberParse::OutOfRange;
+  }
+}
+
+int getSensorNumber(const std::string& sensorId) {
+  int number = -1;
+  switch (parseSensorNumber(sensorId, number)) {
+    case SensorNumberParse::Found:
+      return number;
+    case SensorNumberParse::NotANumber:
+      vtr_log(VTR_LOG_WARNING,
+              "[ipmitool collector] Could not parse Sensor Number from Sensor ID '%s': unable to convert to integer.",
+              sensorId.c_str());
+      break;
+    case SensorNumberParse::OutOfRange:
+      vtr_log(VTR_LOG_WARNING,
+              "[ipmitool collector] Could not parse Sensor Number from Sensor ID '%s': Sensor Number is out of "
+              "range for integer conversion.",
+              sensorId.c_str());
+      break;
+    case SensorNumberParse::NoParentheses:
+      break;
   }
   return -1;
 }

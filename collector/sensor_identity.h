@@ -8,8 +8,13 @@ namespace ipmitool {
 
 // The "Sensor ID" text before its " (0x..)" in snake case: "CPU1 Temp (0x1)" -> "cpu1_temp".
 void getSensorName(const std::string& sensorId, std::string& sensorName);
-// The hexadecimal number between the parentheses of a "Sensor ID"; -1 when there is none.
+// The hexadecimal number between the parentheses of a "Sensor ID"; -1 when there is none
+// (with a warning when the parentheses hold no usable number).
 int getSensorNumber(const std::string& sensorId);
+
+enum class SensorNumberParse { Found, NoParentheses, NotANumber, OutOfRange };
+// The same reading without a message: `number` is set only when the result is Found.
+SensorNumberParse parseSensorNumber(const std::string& sensorId, int& number);
 
 }  // namespace ipmitool
 }  // namespace vtr

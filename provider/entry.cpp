@@ -3,6 +3,7 @@
 
 #include "collector/ipmitool_collector.h"
 #include "provider/event_provider.h"
+#include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
@@ -91,6 +92,7 @@ void ipmitool_provider_destroy(vtr_event_provider_t* record) {
   provider->event_buffer = nullptr;
   std::vector<uint8_t>().swap(provider->pass_field_status);
   std::vector<uint8_t>().swap(provider->handed_field_status);
+  vtr::ipmitool::drop_field_facts(*provider);
   pthread_cond_destroy(&provider->stop_wake);
   pthread_mutex_destroy(&provider->mutex);
 }

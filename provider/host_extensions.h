@@ -30,6 +30,34 @@ VTR_API int vtr_ipmitool_field_status(vtr_event_provider_t* provider, uint8_t* s
 
 typedef int (*vtr_ipmitool_field_status_fn)(vtr_event_provider_t* provider, uint8_t* statuses, size_t capacity);
 
+/* Which kind of sensor stands behind a field. */
+typedef enum vtr_ipmitool_sensor_kind {
+  VTR_SENSOR_KIND_NONE = 0,      /* no sensor: the timestamp */
+  VTR_SENSOR_KIND_DISCRETE = 1,  /* the field holds the sensor's states word */
+  VTR_SENSOR_KIND_THRESHOLD = 2  /* the field holds the sensor's reading, in `unit` */
+} vtr_ipmitool_sensor_kind_t;
+
+/* What the verbose listing said at start-up about the sensor behind one field. Texts are as the
+   BMC printed them (not necessarily UTF-8) and never null; "" where the listing had none. */
+typedef struct vtr_ipmitool_sensor_facts {
+  const char* field_name;  /* the schema field: "cpu1_temp" */
+  const char* sensor_name; /* the Sensor ID up to " (": "CPU1 Temp" */
+  int32_t sensor_number;   /* from the Sensor ID's "(0x1)": 1; -1 when it has none */
+  const char* entity;      /* the Entity ID: "3.1" */
+  const char* sensor_type; /* "Temperature", "Fan", "Power Supply" */
+  const char* unit;        /* after a threshold reading: "degrees C", "RPM", "Volts", "Watts", "Amps", "percent" */
+  uint8_t kind;            /* a vtr_ipmitool_sensor_kind_t */
+} vtr_ipmitool_sensor_facts_t;
+
+/* One record per field of the event type, in schema order (the timestamp first, of kind
+   VTR_SENSOR_KIND_NONE), stored through `facts`. The array and its texts are owned by the
+   provider and stay valid and unchanged from a successful `initialize` to `destroy`; do not
+   free them. Returns the number of records, or -1 (and stores null) when `provider` is null or
+   not initialised. */
+VTR_API int vtr_ipmitool_sensor_facts(vtr_event_provider_t* provider, const vtr_ipmitool_sensor_facts_t** facts);
+
+typedef int (*vtr_ipmitool_sensor_facts_fn)(vtr_event_provider_t* provider, const vtr_ipmitool_sensor_facts_t** facts);
+
 VTR_EXTERN_C_END
 
 #endif

@@ -6,6 +6,7 @@
 
 #include "collector/collector_config.h"
 #include "collector/ipmitool_collector.h"
+#include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
@@ -95,6 +96,7 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
 
   const vtr_schema_t* schema = type_system->schemas[provider.schema_id];
   if (const char* error = build_field_descriptors(provider, schema->types[provider.type_id])) return error;
+  keep_field_facts(provider, *schema->types[provider.type_id]);
 
   provider.event_buffer = static_cast<uint8_t*>(calloc(1, provider.event_size));
   if (provider.event_buffer == nullptr) return "Failed to allocate memory for ipmitool event data.";

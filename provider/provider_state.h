@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "provider/event_provider.h"
+#include "provider/field_facts.h"
+#include "provider/host_extensions.h"
 #include "src/data/schema.h"
 
 namespace vtr {
@@ -64,6 +66,11 @@ struct provider_t {
   // of the event `progress` handed over last; guarded by `mutex`.
   std::vector<uint8_t> pass_field_status;
   std::vector<uint8_t> handed_field_status;
+
+  // Per field, in schema order, what the listing said about its sensor, and the C records
+  // vtr_ipmitool_sensor_facts hands out, pointing into it; fixed by initialize, freed by destroy.
+  std::vector<field_facts_t> field_facts;
+  std::vector<vtr_ipmitool_sensor_facts_t> field_facts_view;
 };
 
 // The record must be the first member for provider_from_record to be valid.

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <memory>
 
+#include "runtime/clock.h"
+#include "tools/number_text.h"
 #include "tools/utf8_text.h"
 
 namespace vtr {
@@ -11,9 +13,15 @@ namespace host {
 
 namespace {
 
-// Timestamps are when, not how much: the page carries the block's time separately.
+// Timestamps are when, not how much: the first one is the sample's own time.
 bool isMeasurement(const vtr_type_field_definition_t& field) {
   return !field.type_name || std::strcmp(field.type_name, "timestamp") != 0;
+}
+
+// Now less a wall-clock time stamp in microseconds; 0 for a time stamp from the future.
+double secondsSince(std::uint64_t timestampUs) {
+  const std::uint64_t now = vtr_now_us();
+  return now > timestampUs ? static_cast<double>(now - timestampUs) / 1e6 : 0.0;
 }
 
 }  // namespace
@@ -38,6 +46,8 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
   rendered.snapshot.schema = block.schema->name;
   rendered.snapshot.source = sourceId_;
   rendered.snapshot.timestampUs = block.timestampUs;
+  rendered.snapshot.sampleTimeUs = block.timestampUs;
+  bool sampleTimeFound = false;
   const std::vector<bool> withReading = fieldsWithReading(*block.type);
   for (std::int32_t i = 0; i < block.type->num_fields; ++i) {
     const vtr_type_field_definition_t& field = *block.type->fields[i];
@@ -46,14 +56,20 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
       if (api_.json_object_set_null(object, field.field_name) != JSONSuccess) {
         throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
       }
-      ++rendered.snapshot.fieldsWithoutReading;
+      rendered.snapshot.fields.push_back({field.field_name, std::nullopt});
       continue;
     }
     JSON_Value* value = api_.json_object_get_value(object, field.field_name);
-    if (!isMeasurement(field) || api_.json_value_get_type(value) != JSONNumber) continue;
-    rendered.snapshot.fields.push_back(
-        {field.field_name, field.description ? field.description : "", api_.json_value_get_number(value)});
+    if (api_.json_value_get_type(value) != JSONNumber) continue;
+    const double number = api_.json_value_get_number(value);
+    if (isMeasurement(field)) {
+      rendered.snapshot.fields.push_back({field.field_name, number});
+    } else if (!sampleTimeFound && number > 0) {
+      rendered.snapshot.sampleTimeUs = static_cast<std::uint64_t>(number);
+      sampleTimeFound = true;
+    }
   }
+  rendered.snapshot.sampleDurationSeconds = secondsSince(rendered.snapshot.sampleTimeUs);
 
   bool complete = api_.json_object_set_number(object, "timestamp", static_cast<double>(block.timestampUs)) ==
                       JSONSuccess &&
@@ -62,7 +78,7 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
                   api_.json_object_set_string(object, "type", block.type->name) == JSONSuccess;
   char* text = complete ? api_.json_serialize_to_string(json.get()) : nullptr;
   if (!text) throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
-  rendered.jsonLine = replaceInvalidUtf8(text);
+  rendered.jsonLine = replaceInvalidUtf8(withShortestNumbers(text));
   api_.json_free_serialized_string(text);
   return rendered;
 }

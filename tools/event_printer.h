@@ -9,7 +9,7 @@
 
 #include "tools/event_blocks.h"
 #include "tools/plugin_library.h"
-#include "tools/prometheus.h"
+#include "tools/host_board.h"
 
 namespace vtr {
 namespace host {
@@ -17,7 +17,8 @@ namespace host {
 struct RenderedEvent {
   // The event's fields as the plug-in's own event-to-JSON function writes them (null for a
   // field without a reading), plus "source", "schema", "type" and "timestamp" (the block's
-  // time stamp, in microseconds); valid UTF-8 whatever bytes the names hold.
+  // time stamp, in microseconds); every number as its shortest text, and valid UTF-8 whatever
+  // bytes the names hold.
   std::string jsonLine;
   EventSnapshot snapshot;
 };

@@ -15,6 +15,7 @@
 #include "tools/metrics_server.h"
 #include "tools/plugin_library.h"
 #include "tools/provider_session.h"
+#include "tools/sensor_facts.h"
 
 namespace vtr {
 namespace host {
@@ -128,13 +129,17 @@ void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopR
   if (!session.initialized()) return;  // stopped while initialising
   if (!options.schemaOut.empty()) session.writeSchema(options.schemaOut);
   EventPrinter printer(plugin.api(), session.record(), session.firstSourceId());
+  board.setSensorFacts(readSensorFacts(plugin.api(), session.record()));
   {
     StopSignalsBlocked blocked;
     session.start();
   }
   board.setUp(true);
   // Only now: a failure before this point is reported by its own single line.
-  if (server) std::fprintf(stderr, "vtr-host: serving %s\n", server->url().c_str());
+  if (server) {
+    const std::string page = server->url();
+    std::fprintf(stderr, "vtr-host: serving %s and %smetrics\n", page.c_str(), page.c_str());
+  }
   EventPump(options, session, printer, board).run(stopRequested);
   board.setUp(false);
 }

@@ -6,7 +6,9 @@
 
 #include <chrono>
 
+#include "tools/landing_page.h"
 #include "tools/plugin_library.h"
+#include "tools/prometheus.h"
 
 namespace vtr {
 namespace host {
@@ -60,7 +62,10 @@ MetricsServer::MetricsServer(const ListenAddress& address, const MetricsBoard& b
   server_->set_payload_max_length(kMaxRequestBodyBytes);
   server_->set_pre_routing_handler(refuseOtherRequests);
   server_->Get("/metrics", [&board](const httplib::Request&, httplib::Response& response) {
-    response.set_content(board.exposition(), kExpositionContentType);
+    response.set_content(renderExposition(board.view()), kExpositionContentType);
+  });
+  server_->Get("/", [&board](const httplib::Request&, httplib::Response& response) {
+    response.set_content(renderLandingPage(board.view()), kLandingPageContentType);
   });
   bool bound = address_.port == 0 ? (address_.port = server_->bind_to_any_port(address_.host)) > 0
                                    : server_->bind_to_port(address_.host, address_.port);
@@ -81,7 +86,7 @@ MetricsServer::~MetricsServer() {
 std::string MetricsServer::url() const {
   bool v6 = address_.host.find(':') != std::string::npos;
   std::string host = v6 ? "[" + address_.host + "]" : address_.host;
-  return "http://" + host + ":" + std::to_string(address_.port) + "/metrics";
+  return "http://" + host + ":" + std::to_string(address_.port) + "/";
 }
 
 }  // namespace host

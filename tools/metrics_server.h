@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "tools/command_line.h"
-#include "tools/prometheus.h"
+#include "tools/host_board.h"
 
 namespace httplib {
 class Server;
@@ -16,7 +16,8 @@ class Server;
 namespace vtr {
 namespace host {
 
-// Serves the board's page at /metrics on its own thread, from construction to destruction.
+// Serves the board at / (the landing page) and /metrics (the exposition) on its own thread,
+// from construction to destruction.
 class MetricsServer {
  public:
   // Throws HostError when the address cannot be bound (in use, not local, not resolvable).
@@ -25,6 +26,7 @@ class MetricsServer {
   MetricsServer(const MetricsServer&) = delete;
   MetricsServer& operator=(const MetricsServer&) = delete;
 
+  // The landing page's URL; /metrics is next to it.
   std::string url() const;
 
  private:

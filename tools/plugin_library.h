@@ -50,6 +50,9 @@ struct PluginApi {
   char* (*json_serialize_to_string_pretty)(const JSON_Value*) = nullptr;
   // Which fields of the last handed-over event hold a reading; without it every field does.
   vtr_ipmitool_field_status_fn field_status = nullptr;
+  // What stands behind each field (sensor name, number, unit...); without it metrics and the
+  // page name fields only.
+  vtr_ipmitool_sensor_facts_fn sensor_facts = nullptr;
 };
 
 // The loaded plug-in; unloaded by the destructor.

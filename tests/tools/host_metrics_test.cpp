@@ -24,7 +24,8 @@ struct ExpositionPage {
 
 ExpositionPage readExposition(const std::string& body) {
   static const std::regex comment(R"(^# (HELP|TYPE) ([a-zA-Z_:][a-zA-Z0-9_:]*) (.*)$)");
-  static const std::regex sample(R"(^([a-zA-Z_:][a-zA-Z0-9_:]*(\{([a-zA-Z_][a-zA-Z0-9_]*="([^"\\]|\\.)*")?\})?) (\S+)$)");
+  static const std::regex sample(
+      R"(^([a-zA-Z_:][a-zA-Z0-9_:]*(\{([a-zA-Z_][a-zA-Z0-9_]*="([^"\\]|\\.)*"(,|(?=\})))*\})?) (\S+)$)");
   ExpositionPage page;
   std::istringstream lines(body);
   for (std::string line; std::getline(lines, line);) {
@@ -32,7 +33,7 @@ ExpositionPage readExposition(const std::string& body) {
     if (std::regex_match(line, match, comment)) {
       (match[1] == "HELP" ? page.help : page.type)[match[2]] = match[3];
     } else if (std::regex_match(line, match, sample)) {
-      page.samples[match[1]] = std::stod(match[5]);
+      page.samples[match[1]] = std::stod(match[6]);
     } else {
       page.malformedLines.push_back(line);
     }
@@ -42,9 +43,9 @@ ExpositionPage readExposition(const std::string& body) {
 
 // Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping.
 constexpr const char* kSourceId = R"(rack "7"\a)";
-constexpr const char* kSourceLabel = R"({source="rack \"7\"\\a"})";
+constexpr const char* kSourceLabel = R"(source="rack \"7\"\\a"})";
 
-TEST(HostMetrics, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
+TEST(HostMetrics, ScrapeShowsTheLatestEventByUnitAndTheHostsOwnCounters) {
   FakeIpmitool tool;
   setenv("VTR_SOURCE_ID", kSourceId, 1);
   int port = pickFreeLoopbackPort();
@@ -60,15 +61,18 @@ TEST(HostMetrics, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
   ExpositionPage page = readExposition(response->body);
   EXPECT_TRUE(page.malformedLines.empty()) << page.malformedLines.front();
 
-  // '.' is not allowed in a name: 3.3v becomes 3_3v.
-  for (const auto& [family, value] : {std::pair<std::string, double>{"ipmitool_cpu1_temp", 45},
-                                      {"ipmitool_3_3v", 3.3}, {"ipmitool_ps2_status", 0x0300}}) {
-    EXPECT_EQ(page.type[family], "gauge") << family;
-    ASSERT_EQ(page.samples.count(family + kSourceLabel), 1u) << family << "\n" << response->body;
-    EXPECT_DOUBLE_EQ(page.samples[family + kSourceLabel], value) << family;
+  for (const auto& [sample, value] : {
+           std::pair<std::string, double>{R"(ipmi_temperature_celsius{name="CPU1 Temp",id="1",entity="3.1",)"
+                                          R"(type="Temperature",field="cpu1_temp",)", 45},
+           {R"(ipmi_voltage_volts{name="3.3V",id="9",entity="7.1",type="Voltage",field="3.3v",)", 3.3},
+           {R"(ipmi_sensor_states_asserted{name="PS2 Status",id="12",entity="10.2",type="Power Supply",)"
+            R"(field="ps2_status",)", 0x0300}}) {
+    ASSERT_EQ(page.samples.count(sample + kSourceLabel), 1u) << sample << "\n" << response->body;
+    EXPECT_DOUBLE_EQ(page.samples[sample + kSourceLabel], value) << sample;
   }
-  EXPECT_EQ(page.help["ipmitool_cpu1_temp"], "CPU1 Temp (0x1) 3.1 Temperature");
-  EXPECT_EQ(page.help.count("ipmitool_timestamp"), 0u) << "the event time is not a measurement";
+  EXPECT_EQ(page.type["ipmi_temperature_celsius"], "gauge");
+  for (const auto& [sample, value] : page.samples)
+    EXPECT_EQ(sample.find("field=\"timestamp\""), std::string::npos) << "the event time is not a measurement";
 
   EXPECT_EQ(page.type["vtr_host_events_total"], "counter");
   EXPECT_GE(page.samples["vtr_host_events_total"], 1);

@@ -26,13 +26,15 @@ namespace test {
 inline const std::vector<std::string> kDiscreteEverySecond = {"--option", "ipmitool-include-discrete-sensors=true",
                                                               "--option", "ipmitool-sample-interval-sec=1"};
 
-// The binary under test, started through the shell, which prints its pid and then becomes it
-// (exec), so the pipe's status is the host's own. Its stderr goes to a file. A child still
-// running at the end is killed; a hung host is bounded by the test's own time limit.
+// The binary under test (or another program the test talks to), started through the shell,
+// which prints its pid and then becomes it (exec), so the pipe's status is the program's own.
+// Its stderr goes to a file. A child still running at the end is killed; a hung host is
+// bounded by the test's own time limit.
 class HostProcess {
  public:
-  explicit HostProcess(const std::vector<std::string>& args) : errorFile_(makeTempDirectory("vtr-host") + "/stderr") {
-    std::string command = "echo $$; exec " + shellQuote(VTR_HOST_BINARY);
+  explicit HostProcess(const std::vector<std::string>& args, const std::string& program = VTR_HOST_BINARY)
+      : errorFile_(makeTempDirectory("vtr-host") + "/stderr") {
+    std::string command = "echo $$; exec " + shellQuote(program);
     for (const std::string& arg : args) command += " " + shellQuote(arg);
     pipe_ = popen((command + " 2>" + shellQuote(errorFile_)).c_str(), "r");
     if (const std::optional<std::string> pid = readLine()) pid_ = std::stoi(*pid);

@@ -1,0 +1,76 @@
+#ifndef VTR_HOST_HOST_BOARD_H
+#define VTR_HOST_HOST_BOARD_H
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/sensor_facts.h"
+
+namespace vtr {
+namespace host {
+
+// One numeric field of an event; no value when the field holds no reading.
+struct FieldValue {
+  std::string name;
+  std::optional<double> value;
+};
+
+// What the pages show of one event: plain values, so no plug-in memory crosses threads.
+struct EventSnapshot {
+  std::string schema;
+  std::string source;
+  std::uint64_t timestampUs = 0;  // the event block's
+  // The sample's own time stamp (the event's first timestamp field, else the block's), and
+  // from then to the event's arrival at the host.
+  std::uint64_t sampleTimeUs = 0;
+  double sampleDurationSeconds = 0;
+  std::vector<FieldValue> fields;  // the event's numeric fields, in schema order
+
+  std::uint64_t fieldsWithoutReading() const;
+};
+
+// Per field, its last values, oldest first; nullopt for a sample without a reading.
+using FieldTrends = std::unordered_map<std::string, std::vector<std::optional<double>>>;
+
+// Everything a page is rendered from, copied out of the board in one go.
+struct BoardView {
+  std::optional<EventSnapshot> latest;
+  std::uint64_t eventsTotal = 0;
+  bool up = false;
+  std::shared_ptr<const SensorFactsTable> facts;  // never null
+  FieldTrends trends;
+};
+
+// The latest event, the host's counters and the recent values, handed from the progress loop
+// to the HTTP thread.
+class MetricsBoard {
+ public:
+  // Samples each field's trend keeps.
+  static constexpr std::size_t kTrendLength = 60;
+
+  MetricsBoard();
+  void setUp(bool up);
+  // Once, before the first event.
+  void setSensorFacts(SensorFactsTable facts);
+  void publish(EventSnapshot snapshot);
+  BoardView view() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::optional<EventSnapshot> latest_;
+  std::uint64_t eventsTotal_ = 0;
+  bool up_ = false;
+  std::shared_ptr<const SensorFactsTable> facts_;
+  std::unordered_map<std::string, std::deque<std::optional<double>>> trends_;
+};
+
+}  // namespace host
+}  // namespace vtr
+
+#endif

@@ -1,0 +1,25 @@
+#ifndef VTR_HOST_LANDING_PAGE_H
+#define VTR_HOST_LANDING_PAGE_H
+
+#include <string>
+
+#include "tools/host_board.h"
+
+namespace vtr {
+namespace host {
+
+constexpr const char* kLandingPageContentType = "text/html; charset=utf-8";
+
+// Text for HTML content and quoted attribute values: & < > " ' escaped, bytes that are not
+// UTF-8 replaced by U+FFFD.
+std::string escapeHtml(const std::string& text);
+
+// The page at /: the host's status, a link to /metrics, and the latest event as a table with
+// one row per numeric field (sensor, type, value or "no reading", unit, time of the sample)
+// and an inline SVG trend of its recent values. Plain HTML and SVG; it loads nothing else.
+std::string renderLandingPage(const BoardView& view);
+
+}  // namespace host
+}  // namespace vtr
+
+#endif
