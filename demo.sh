@@ -15,13 +15,14 @@ trap cleanup EXIT
 
 echo "demo: starting the simulated two-socket server"
 sim/start-sim --profile two-socket --work-dir "$work" --info "$work/sim.info" >/dev/null
-# Sets pid, port and shim.
+# Sets pid, port, user and password_file.
 . "$work/sim.info"
 sim_pid=$pid
-echo "demo: ipmi_sim pid $pid on 127.0.0.1:$port; its ipmitool shim is first in PATH"
+echo "demo: ipmi_sim pid $pid on 127.0.0.1:$port, reached through the remote BMC options"
 
 echo "demo: three samples, one second apart"
-PATH="$shim:$PATH" build/vtr-host \
+build/vtr-host \
+  --bmc "127.0.0.1:$port" --bmc-user "$user" --bmc-password-file "$password_file" --bmc-cipher-suite 3 \
   --option ipmitool-include-discrete-sensors=true \
   --option ipmitool-sample-interval-sec=1 \
   --samples 3

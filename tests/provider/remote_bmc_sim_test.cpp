@@ -1,0 +1,99 @@
+// The real tool against the simulated BMC, reached through the remote BMC options alone: the
+// password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
+// line.
+#include <dirent.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <thread>
+
+#include "support/fake_ipmitool.h"
+#include "support/hosted_provider.h"
+#include "support/log_capture.h"
+#include "support/sim_server.h"
+
+namespace vtr {
+namespace test {
+namespace {
+
+LogRecorder::SetLogFunc librarySetLogFunc() {
+  void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  return reinterpret_cast<LogRecorder::SetLogFunc>(dlsym(library, "vtr_set_log_func"));
+}
+
+// Collects, while it lives, the command line (arguments joined by blanks) of every process
+// that names `marker` among its arguments.
+class CommandLineWatch {
+ public:
+  explicit CommandLineWatch(std::string marker) : marker_(std::move(marker)), thread_([this] { watch(); }) {}
+  ~CommandLineWatch() { stop(); }
+  std::set<std::string> seen() {
+    stop();
+    return seen_;
+  }
+
+ private:
+  void stop() {
+    done_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+  void watch() {
+    while (!done_) {
+      DIR* proc = opendir("/proc");
+      while (dirent* entry = readdir(proc)) {
+        std::ifstream in(std::string("/proc/") + entry->d_name + "/cmdline", std::ios::binary);
+        std::string line(std::istreambuf_iterator<char>(in), {});
+        for (char& c : line) c = c == '\0' ? ' ' : c;
+        if (line.find(" " + marker_ + " ") != std::string::npos) seen_.insert(line);
+      }
+      closedir(proc);
+    }
+  }
+
+  std::string marker_;
+  std::atomic<bool> done_{false};
+  std::set<std::string> seen_;
+  std::thread thread_;
+};
+
+TEST(RemoteBmcSimulated, PasswordFromFileOrEnvironmentStaysOffCommandLinesAndLogs) {
+  SimServer sim("small");
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  std::string password = readFile(sim.passwordFile());
+  password.erase(password.find_last_not_of('\n') + 1);
+  ASSERT_FALSE(password.empty());
+
+  for (const bool fromFile : {true, false}) {
+    if (!fromFile) setenv("IPMI_PASSWORD", password.c_str(), 1);
+    LogRecorder log(librarySetLogFunc());
+    CommandLineWatch watch(std::to_string(sim.port()));
+    std::string event;
+    {
+      HostedProvider hosted(sim.bmcOptions(fromFile));
+      hosted.start();
+      event = hosted.nextEvent().json;
+    }
+    const std::set<std::string> commandLines = watch.seen();
+    EXPECT_NE(event.find("\"cpu1_temp\":45"), std::string::npos) << event;
+    EXPECT_FALSE(commandLines.empty()) << "the tool was never seen running";
+    for (const std::string& line : commandLines) {
+      EXPECT_EQ(line.find(password), std::string::npos) << line;
+      EXPECT_NE(line.find(fromFile ? " -f " : " -E "), std::string::npos) << line;
+    }
+    // The line is written at most once per 10 s, so only the first pass shows it.
+    if (fromFile) {
+      EXPECT_EQ(log.countContaining("Running command: 'timeout 30 ipmitool -I lanplus -H 127.0.0.1 -p "), 1u);
+    }
+    EXPECT_EQ(log.countContaining(password), 0u);
+    unsetenv("IPMI_PASSWORD");
+  }
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace vtr
