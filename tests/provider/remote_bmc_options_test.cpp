@@ -1,6 +1,5 @@
 // The remote BMC options as a host meets them: accepted values become the tool's LAN
 // arguments, refused ones stop initialize with one line before any tool runs.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -13,11 +12,6 @@
 namespace vtr {
 namespace test {
 namespace {
-
-LogRecorder::SetLogFunc librarySetLogFunc() {
-  void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  return reinterpret_cast<LogRecorder::SetLogFunc>(dlsym(library, "vtr_set_log_func"));
-}
 
 std::string passwordFile(const ScratchFile& file, mode_t mode) {
   std::ofstream(file.path()) << "secret\n";
@@ -65,7 +59,7 @@ TEST(RemoteBmcOptions, AcceptedValuesBecomeLanArgumentsRefusedOnesStopInitialize
   for (const Case& c : cases) {
     const std::string name = c.options.empty() ? "defaults" : c.options.back().first + "=" + c.options.back().second;
     FakeIpmitool fake;
-    LogRecorder log(librarySetLogFunc());
+    LogRecorder log(hostedLibrarySetLogFunc());
     try {
       HostedProvider hosted(c.options);
       EXPECT_EQ(c.refusedOption, nullptr) << name;

@@ -2,7 +2,6 @@
 // password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
 // line.
 #include <dirent.h>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -19,11 +18,6 @@
 namespace vtr {
 namespace test {
 namespace {
-
-LogRecorder::SetLogFunc librarySetLogFunc() {
-  void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  return reinterpret_cast<LogRecorder::SetLogFunc>(dlsym(library, "vtr_set_log_func"));
-}
 
 // Collects, while it lives, the command line (arguments joined by blanks) of every process
 // that names `marker` among its arguments.
@@ -70,7 +64,7 @@ TEST(RemoteBmcSimulated, PasswordFromFileOrEnvironmentStaysOffCommandLinesAndLog
 
   for (const bool fromFile : {true, false}) {
     if (!fromFile) setenv("IPMI_PASSWORD", password.c_str(), 1);
-    LogRecorder log(librarySetLogFunc());
+    LogRecorder log(hostedLibrarySetLogFunc());
     CommandLineWatch watch(std::to_string(sim.port()));
     std::string event;
     {
