@@ -2,11 +2,12 @@
 // password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
 // line.
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <atomic>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <thread>
 
@@ -18,6 +19,18 @@
 namespace vtr {
 namespace test {
 namespace {
+
+// A process's arguments joined by blanks; empty once it has gone.
+std::string commandLineOf(const char* pid) {
+  const int fd = open((std::string("/proc/") + pid + "/cmdline").c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return "";
+  std::string line;
+  char chunk[4096];
+  for (ssize_t n; (n = read(fd, chunk, sizeof chunk)) > 0;) line.append(chunk, static_cast<size_t>(n));
+  close(fd);
+  for (char& c : line) c = c == '\0' ? ' ' : c;
+  return line;
+}
 
 // Collects, while it lives, the command line (arguments joined by blanks) of every process
 // that names `marker` among its arguments.
@@ -39,9 +52,7 @@ class CommandLineWatch {
     while (!done_) {
       DIR* proc = opendir("/proc");
       while (dirent* entry = readdir(proc)) {
-        std::ifstream in(std::string("/proc/") + entry->d_name + "/cmdline", std::ios::binary);
-        std::string line(std::istreambuf_iterator<char>(in), {});
-        for (char& c : line) c = c == '\0' ? ' ' : c;
+        const std::string line = commandLineOf(entry->d_name);
         if (line.find(" " + marker_ + " ") != std::string::npos) seen_.insert(line);
       }
       closedir(proc);
