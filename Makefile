@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 CONFIGURE = cmake -S . -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all build test test-asan test-tsan bench leak-check soak fuzz clean
+.PHONY: all build test package test-asan test-tsan bench leak-check soak fuzz clean
 all: build
 
 build:
@@ -11,6 +11,11 @@ build:
 
 test:
 	./test.sh
+
+# The Debian package (CPack), into build/: the library, vtr-host, its man page, both systemd
+# units and sample settings, installed under /usr.
+package: build
+	cmake --build build --target package
 
 # The whole suite under AddressSanitizer with UndefinedBehaviorSanitizer.
 test-asan:

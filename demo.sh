@@ -24,24 +24,21 @@ trap cleanup EXIT
 
 echo "demo: starting the simulated two-socket server"
 sim/start-sim --profile two-socket --work-dir "$work" --info "$work/sim.info" >/dev/null
-# Sets pid, port and shim.
+# Sets pid, port, user and password_file.
 . "$work/sim.info"
 sim_pid=$pid
-echo "demo: ipmi_sim pid $pid on 127.0.0.1:$port; its ipmitool shim is first in PATH"
+echo "demo: ipmi_sim pid $pid on 127.0.0.1:$port, reached through the remote BMC options"
+host=(build/vtr-host
+  --bmc "127.0.0.1:$port" --bmc-user "$user" --bmc-password-file "$password_file" --bmc-cipher-suite 3
+  --option ipmitool-include-discrete-sensors=true)
 
 if [ -n "$serve" ]; then
   echo "demo: sampling every 2 s until Ctrl-C; event lines go to $work/events.jsonl"
   # The host prints the page's URL on stderr once it samples; Ctrl-C stops it cleanly.
   status=0
-  PATH="$shim:$PATH" build/vtr-host \
-    --option ipmitool-include-discrete-sensors=true \
-    --option ipmitool-sample-interval-sec=2 \
-    --listen "${DEMO_LISTEN:-9290}" > "$work/events.jsonl" || status=$?
+  "${host[@]}" --option ipmitool-sample-interval-sec=2 --listen "${DEMO_LISTEN:-9290}" > "$work/events.jsonl" || status=$?
   exit "$status"
 fi
 
 echo "demo: three samples, one second apart"
-PATH="$shim:$PATH" build/vtr-host \
-  --option ipmitool-include-discrete-sensors=true \
-  --option ipmitool-sample-interval-sec=1 \
-  --samples 3
+"${host[@]}" --option ipmitool-sample-interval-sec=1 --samples 3

@@ -38,7 +38,8 @@ void excludeField(std::map<std::string, bool>& fields, const std::string& label,
 }  // namespace
 
 CollectorConfig::CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
-                                 const std::string& invalid_values, unsigned int command_timeout, bool use_sudo)
+                                 const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
+                                 const RemoteBmc& remote_bmc)
     : commandTimeout(command_timeout),
       useSudo(use_sudo),
       includeDiscreteSensors(include_discrete),
@@ -49,7 +50,8 @@ CollectorConfig::CollectorConfig(bool include_discrete, bool include_continuous,
       continuousFields{{kSensorReadingLabel, include_continuous}},
       fieldDefaultTypes{{kStatesAssertedLabel, CollectorFieldType::Uint16},
                         {kSensorReadingLabel, CollectorFieldType::Double}},
-      invalidValues{"Unable to read sensor: Device Not Present", "na", "Unspecified"} {
+      invalidValues{"Unable to read sensor: Device Not Present", "na", "Unspecified"},
+      remoteBmc(remote_bmc) {
   if (invalid_values.empty()) return;
   // Pieces are taken as they stand: no trimming, an empty piece counts, a trailing comma adds nothing.
   std::istringstream pieces(invalid_values);

@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "collector/collector_types.h"
+#include "collector/remote_bmc.h"
 
 namespace vtr {
 namespace ipmitool {
@@ -14,7 +15,8 @@ namespace ipmitool {
 class CollectorConfig {
  public:
   CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
-                  const std::string& invalid_values, unsigned int command_timeout, bool use_sudo);
+                  const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
+                  const RemoteBmc& remote_bmc = RemoteBmc{});
   CollectorConfig(const CollectorConfig& other) = default;
 
   void includeContinuousField(const std::string& label);
@@ -33,6 +35,7 @@ class CollectorConfig {
   std::map<std::string, bool> continuousFields;
   std::map<std::string, CollectorFieldType> fieldDefaultTypes;
   std::unordered_set<std::string> invalidValues;
+  RemoteBmc remoteBmc;
 };
 
 }  // namespace ipmitool

@@ -8,6 +8,7 @@
 #include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
+#include "collector/remote_bmc.h"
 #include "collector/text_scan.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
@@ -103,7 +104,7 @@ void readDiscreteStatesTable(const CollectorConfig& config, const std::string& o
 
 void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data) {
   std::string output;
-  const int result = runCommandAndCheck(kDiscreteStatesCommand, output);
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor | grep discrete"), output);
   if (stopIsRequested()) return;
   // Also the case of a machine without discrete sensors: grep then exits 1.
   if (result != 0) {

@@ -9,6 +9,7 @@
 #include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
+#include "collector/remote_bmc.h"
 #include "collector/text_scan.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
@@ -43,7 +44,7 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
   }
 
   std::string output;
-  const int result = runCommandAndCheck("ipmitool sensor -v", output);
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor -v"), output);
   if (stopIsRequested()) return;
   if (result != 0) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");

@@ -2,10 +2,12 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "collector/collector_config.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/remote_bmc.h"
 #include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
@@ -31,9 +33,11 @@ class CollectedFields {
 };
 
 CollectorConfig collector_config_from(const provider_t& provider) {
+  const RemoteBmc bmc{provider.bmc_host,          provider.bmc_user,           provider.bmc_interface,
+                      provider.bmc_cipher_suite, provider.bmc_privilege_level, provider.bmc_password_file};
   return CollectorConfig(provider.include_discrete_sensors, provider.include_continuous_sensors,
                          provider.include_empty_fields, provider.invalid_sensor_values, provider.command_timeout,
-                         provider.use_sudo);
+                         provider.use_sudo, bmc);
 }
 
 // The event type's fields: the timestamp, then shallow copies of the collector's records.
@@ -103,13 +107,26 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
   return nullptr;
 }
 
+// A value that may not go into the tool's command line stops everything before it runs: the
+// error text (kept in `refusal`), or null.
+const char* refuse_options(const provider_t& provider, std::string& refusal) {
+  try {
+    refusal = refused_option(provider);
+  } catch (const std::exception&) {
+    return "Failed to check the remote BMC options.";
+  }
+  return refusal.empty() ? nullptr : refusal.c_str();
+}
+
 }  // namespace
 
 bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_t* type_system) {
   provider_t* provider = provider_from_record(record);
   CollectedFields collected;
+  std::string refusal;
+  const char* error = refuse_options(*provider, refusal);
   __atomic_store_n(&provider->initializing, true, __ATOMIC_RELEASE);
-  const char* error = build_provider(*provider, type_system, collected);
+  if (error == nullptr) error = build_provider(*provider, type_system, collected);
   __atomic_store_n(&provider->initializing, false, __ATOMIC_RELEASE);
   if (error == nullptr) {
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] ipmitool provider initialized successfully.", kInitializer);

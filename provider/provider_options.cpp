@@ -1,6 +1,7 @@
 #include <string>
 #include <variant>
 
+#include "collector/remote_bmc.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
 #include "runtime/options.h"
@@ -31,6 +32,8 @@ struct Seconds {
 struct Text {
   const char* default_value;
   std::string provider_t::*stored_in;
+  // Why `initialize` refuses a value (an empty text: it does not); null: every value is taken.
+  std::string (*refuse)(const std::string& value) = nullptr;
 };
 
 struct ProviderOption {
@@ -47,6 +50,12 @@ const ProviderOption kProviderOptions[] = {
     {"ipmitool-include-empty-fields", Flag{false, &provider_t::include_empty_fields}},
     {"ipmitool-sample-interval-sec", Seconds{30, &provider_t::sample_interval_sec}},
     {"ipmitool-invalid-sensor-values", Text{"", &provider_t::invalid_sensor_values}},
+    {"ipmitool-bmc-host", Text{"", &provider_t::bmc_host, refuseBmcHost}},
+    {"ipmitool-bmc-user", Text{"", &provider_t::bmc_user, refuseBmcUser}},
+    {"ipmitool-bmc-interface", Text{"lanplus", &provider_t::bmc_interface, refuseBmcInterface}},
+    {"ipmitool-bmc-cipher-suite", Text{"", &provider_t::bmc_cipher_suite, refuseBmcCipherSuite}},
+    {"ipmitool-bmc-privilege-level", Text{"", &provider_t::bmc_privilege_level, refuseBmcPrivilegeLevel}},
+    {"ipmitool-bmc-password-file", Text{"", &provider_t::bmc_password_file, refuseBmcPasswordFile}},
 };
 
 template <typename T>
@@ -79,6 +88,16 @@ struct OptionReader {
 };
 
 }  // namespace
+
+std::string refused_option(const provider_t& provider) {
+  for (const ProviderOption& option : kProviderOptions) {
+    const Text* text = std::get_if<Text>(&option.value);
+    if (text == nullptr || text->refuse == nullptr) continue;
+    const std::string reason = text->refuse(provider.*text->stored_in);
+    if (!reason.empty()) return std::string("Option '") + option.key + "' refused: " + reason + ".";
+  }
+  return "";
+}
 
 void read_provider_options(provider_t& provider, const vtr_custom_options* options) {
   for (const ProviderOption& option : kProviderOptions)

@@ -57,6 +57,13 @@ struct provider_t {
   bool include_empty_fields = false;
   unsigned int sample_interval_sec = 0;
   std::string invalid_sensor_values;
+  // A remote BMC: an empty host means the local one (see collector/remote_bmc.h).
+  std::string bmc_host;
+  std::string bmc_user;
+  std::string bmc_interface;
+  std::string bmc_cipher_suite;
+  std::string bmc_privilege_level;
+  std::string bmc_password_file;
 
   uint16_t field_count = 0;                // fields of the event type, timestamp included
   field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
@@ -104,6 +111,9 @@ bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_
 // Reads the options into `provider`, logging each value. Throws only what a lookup
 // throws (allocation failure).
 void read_provider_options(provider_t& provider, const vtr_custom_options* options);
+// Why `initialize` must refuse the options as read, naming the first option refused; empty
+// when every value is acceptable.
+std::string refused_option(const provider_t& provider);
 
 }  // namespace ipmitool
 }  // namespace vtr

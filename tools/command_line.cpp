@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <climits>
+#include <filesystem>
 
 namespace vtr {
 namespace host {
@@ -12,6 +14,23 @@ namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kPluginFileName = "libipmitool_provider.so";
+
+// Shorthands for the provider's remote BMC options. Each adds its KEY=VALUE after those of
+// --option, so it wins over an --option for the same key.
+struct ShorthandFlag {
+  const char* flag;
+  const char* key;
+  const char* help;
+};
+const std::array<ShorthandFlag, 6> kBmcFlags = {{
+    {"--bmc", "ipmitool-bmc-host", "Remote BMC: HOST[:PORT], an IPv4 address or [IPv6]:PORT"},
+    {"--bmc-user", "ipmitool-bmc-user", "BMC user name"},
+    {"--bmc-password-file", "ipmitool-bmc-password-file",
+     "File holding the BMC password, readable by its owner only (default: IPMI_PASSWORD)"},
+    {"--bmc-interface", "ipmitool-bmc-interface", "lan or lanplus (default lanplus)"},
+    {"--bmc-cipher-suite", "ipmitool-bmc-cipher-suite", "Cipher suite number (default: the tool's choice)"},
+    {"--bmc-privilege-level", "ipmitool-bmc-privilege-level", "CALLBACK, USER, OPERATOR, ADMINISTRATOR or OEM"},
+}};
 
 std::optional<int> parsePort(const std::string& text) {
   if (text.empty() || text.size() > 5 || text.find_first_not_of("0123456789") != std::string::npos) {
@@ -49,7 +68,12 @@ std::string defaultPluginPath() {
   if (length <= 0) return kPluginFileName;
   std::string executable(path, static_cast<std::size_t>(length));
   std::size_t slash = executable.rfind('/');
-  return executable.substr(0, slash + 1) + kPluginFileName;
+  const std::string directory = executable.substr(0, slash + 1);
+  // In the build tree the library sits next to the executable; installed, it is in the
+  // providers directory under the same prefix.
+  const std::string beside = directory + kPluginFileName;
+  if (access(beside.c_str(), F_OK) == 0) return beside;
+  return std::filesystem::path(directory + VTR_INSTALLED_PLUGIN_PATH).lexically_normal().string();
 }
 
 CommandLine parseCommandLine(int argc, const char* const* argv) {
@@ -69,6 +93,13 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::Option* logLevelOption = app.add_option("--log-level", logLevel, "Plug-in log level (3 error ... 7 debug)");
   CLI::Option* listenOption =
       app.add_option("--listen", listenText, "Serve Prometheus /metrics on [ADDR:]PORT (loopback by default)");
+  std::array<std::string, kBmcFlags.size()> bmcValues;
+  std::array<CLI::Option*, kBmcFlags.size()> bmcOptions{};
+  for (std::size_t i = 0; i < kBmcFlags.size(); ++i)
+    bmcOptions[i] = app.add_option(kBmcFlags[i].flag, bmcValues[i], kBmcFlags[i].help)->group("Remote BMC");
+  app.footer(
+      "Every provider option is also read from the environment as VTR_ plus the key in upper case with '-' "
+      "turned into '_'. See vtr-host(1) for the options and their defaults.");
 
   CommandLine result;
   try {
@@ -91,6 +122,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     }
     options.providerOptions.push_back(*pair);
   }
+  for (std::size_t i = 0; i < kBmcFlags.size(); ++i)
+    if (*bmcOptions[i]) options.providerOptions.emplace_back(kBmcFlags[i].key, bmcValues[i]);
   if (*listenOption) {
     options.listen = parseListenAddress(listenText);
     if (!options.listen) {

@@ -97,8 +97,9 @@ TEST(GoldenFixtureRealTool, SimulatedSmallServerMatchesItsRecording) {
   SimServer sim("small");
   if (!sim.installed()) GTEST_SKIP() << sim.reason();
   ASSERT_TRUE(sim.running()) << sim.reason();
-  sim.useShim();
-  const Json actual = observe(caseOptions("small-server"));
+  Options options = caseOptions("small-server");
+  for (const auto& option : sim.bmcOptions()) options.push_back(option);
+  const Json actual = observe(options);
   const Json expected(json_parse_file(fixturePath("small-server", "expected.json").c_str()), json_value_free);
   EXPECT_EQ(pretty(actual.get()), pretty(expected.get()));
 }

@@ -1,6 +1,7 @@
 #ifndef VTR_TEST_SUPPORT_LOG_CAPTURE_H
 #define VTR_TEST_SUPPORT_LOG_CAPTURE_H
 
+#include <dlfcn.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -83,6 +84,13 @@ class LogRecorder {
   }
   SetLogFunc setLogFunc_;
 };
+
+// The built library's vtr_set_log_func, the library loaded (and kept) as a host loads it, so
+// that a recorder installed with it sees what a hosted provider logs.
+inline LogRecorder::SetLogFunc hostedLibrarySetLogFunc() {
+  void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  return reinterpret_cast<LogRecorder::SetLogFunc>(library != nullptr ? dlsym(library, "vtr_set_log_func") : nullptr);
+}
 
 // A file name in the temporary directory, removed when the object goes.
 class ScratchFile {

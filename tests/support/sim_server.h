@@ -2,12 +2,14 @@
 #define VTR_TEST_SIM_SERVER_H
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vtr {
 namespace test {
 
-// The real BMC simulator (ipmi_sim) on a free loopback port, with a shim directory whose
-// `ipmitool` runs the real tool with the LAN arguments. Stopped by its pid in the destructor.
+// The real BMC simulator (ipmi_sim) on a free loopback port, reached by the real tool through
+// the provider's remote BMC options. Stopped by its pid in the destructor.
 class SimServer {
  public:
   // profile: "small" (the test server, about a dozen sensors) or "two-socket" (the demo server).
@@ -26,10 +28,12 @@ class SimServer {
   int port() const { return port_; }
   // The ipmi_sim process id, 0 when none was started.
   int pid() const { return pid_; }
-  // Directory holding the shim `ipmitool`; prepend it to PATH to use the simulator.
-  const std::string& shimDirectory() const { return shimDir_; }
-  // Puts the shim first in PATH for this process (restored by the destructor).
-  void useShim();
+  const std::string& user() const { return user_; }
+  // A file of mode 600 holding the password.
+  const std::string& passwordFile() const { return passwordFile_; }
+  // The provider options that reach this server: host, port, user, cipher suite, and the
+  // password file unless `withPasswordFile` is false (then IPMI_PASSWORD must hold it).
+  std::vector<std::pair<std::string, std::string>> bmcOptions(bool withPasswordFile = true) const;
 
  private:
   bool running_ = false;
@@ -38,9 +42,8 @@ class SimServer {
   int port_ = 0;
   int pid_ = 0;
   std::string workDir_;
-  std::string shimDir_;
-  std::string savedPath_;
-  bool pathChanged_ = false;
+  std::string user_;
+  std::string passwordFile_;
 };
 
 }  // namespace test

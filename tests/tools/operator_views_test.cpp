@@ -12,6 +12,7 @@
 #include <sstream>
 #include <thread>
 
+#include "collector/remote_bmc.h"
 #include "host_process.h"
 #include "support/sim_server.h"
 #include "support/test_env.h"
@@ -29,9 +30,9 @@ class ServingHost : public ::testing::Test {
   void SetUp() override {
     if (!sim_.installed()) GTEST_SKIP() << sim_.reason();
     ASSERT_TRUE(sim_.running()) << sim_.reason();
-    sim_.useShim();
     port_ = pickFreeLoopbackPort();
     std::vector<std::string> args = kDiscreteEverySecond;
+    for (const auto& [key, value] : sim_.bmcOptions()) args.insert(args.end(), {"--option", key + "=" + value});
     args.insert(args.end(), {"--listen", "127.0.0.1:" + std::to_string(port_)});
     host_ = std::make_unique<HostProcess>(args);
     const std::optional<std::string> line = host_->readLine();
@@ -41,9 +42,11 @@ class ServingHost : public ::testing::Test {
 
   // Name and value of every sensor the simulated server reads, as its own tool lists them
   // (two share the name Temp).
-  static std::multimap<std::string, std::string> sensorsOfTheServer() {
+  std::multimap<std::string, std::string> sensorsOfTheServer() const {
+    ipmitool::RemoteBmc bmc{"127.0.0.1:" + std::to_string(sim_.port()), sim_.user(), "lanplus", "3", "",
+                            sim_.passwordFile()};
     std::multimap<std::string, std::string> sensors;
-    std::istringstream lines(runShell("ipmitool sensor").output);
+    std::istringstream lines(runShell(ipmitool::ipmitoolCommand(bmc, "sensor")).output);
     for (std::string line; std::getline(lines, line);) {
       std::vector<std::string> cells;
       std::istringstream row(line);

@@ -1,0 +1,104 @@
+// The real tool against the simulated BMC, reached through the remote BMC options alone: the
+// password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
+// line.
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include "support/fake_ipmitool.h"
+#include "support/hosted_provider.h"
+#include "support/log_capture.h"
+#include "support/sim_server.h"
+
+namespace vtr {
+namespace test {
+namespace {
+
+// A process's arguments joined by blanks; empty once it has gone.
+std::string commandLineOf(const char* pid) {
+  const int fd = open((std::string("/proc/") + pid + "/cmdline").c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return "";
+  std::string line;
+  char chunk[4096];
+  for (ssize_t n; (n = read(fd, chunk, sizeof chunk)) > 0;) line.append(chunk, static_cast<size_t>(n));
+  close(fd);
+  for (char& c : line) c = c == '\0' ? ' ' : c;
+  return line;
+}
+
+// Collects, while it lives, the command line (arguments joined by blanks) of every process
+// that names `marker` among its arguments.
+class CommandLineWatch {
+ public:
+  explicit CommandLineWatch(std::string marker) : marker_(std::move(marker)), thread_([this] { watch(); }) {}
+  ~CommandLineWatch() { stop(); }
+  std::set<std::string> seen() {
+    stop();
+    return seen_;
+  }
+
+ private:
+  void stop() {
+    done_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+  void watch() {
+    while (!done_) {
+      DIR* proc = opendir("/proc");
+      while (dirent* entry = readdir(proc)) {
+        const std::string line = commandLineOf(entry->d_name);
+        if (line.find(" " + marker_ + " ") != std::string::npos) seen_.insert(line);
+      }
+      closedir(proc);
+    }
+  }
+
+  std::string marker_;
+  std::atomic<bool> done_{false};
+  std::set<std::string> seen_;
+  std::thread thread_;
+};
+
+TEST(RemoteBmcSimulated, PasswordFromFileOrEnvironmentStaysOffCommandLinesAndLogs) {
+  SimServer sim("small");
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  std::string password = readFile(sim.passwordFile());
+  password.erase(password.find_last_not_of('\n') + 1);
+  ASSERT_FALSE(password.empty());
+
+  for (const bool fromFile : {true, false}) {
+    if (!fromFile) setenv("IPMI_PASSWORD", password.c_str(), 1);
+    LogRecorder log(hostedLibrarySetLogFunc());
+    CommandLineWatch watch(std::to_string(sim.port()));
+    std::string event;
+    {
+      HostedProvider hosted(sim.bmcOptions(fromFile));
+      hosted.start();
+      event = hosted.nextEvent().json;
+    }
+    const std::set<std::string> commandLines = watch.seen();
+    EXPECT_NE(event.find("\"cpu1_temp\":45"), std::string::npos) << event;
+    EXPECT_FALSE(commandLines.empty()) << "the tool was never seen running";
+    for (const std::string& line : commandLines) {
+      EXPECT_EQ(line.find(password), std::string::npos) << line;
+      EXPECT_NE(line.find(fromFile ? " -f " : " -E "), std::string::npos) << line;
+    }
+    // The line is written at most once per 10 s, so only the first pass shows it.
+    if (fromFile) {
+      EXPECT_EQ(log.countContaining("Running command: 'timeout 30 ipmitool -I lanplus -H 127.0.0.1 -p "), 1u);
+    }
+    EXPECT_EQ(log.countContaining(password), 0u);
+    unsetenv("IPMI_PASSWORD");
+  }
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace vtr
