@@ -28,7 +28,7 @@ std::string listingSensorName(std::string_view sensorId) {
 
 }  // namespace
 
-void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
+void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing, ListingOrder* order) {
   DiscreteSensorsData discrete_sensors_data;
   if (config_.includeDiscreteSensors) {
     getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
@@ -50,11 +50,12 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
     return;
   }
-  parseSensorListing(config_, output, discrete_sensors_data, listing);
+  parseSensorListing(config_, output, discrete_sensors_data, listing, order);
 }
 
 void parseSensorListing(const CollectorConfig& config, const std::string& output,
-                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing) {
+                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing,
+                        ListingOrder* order) {
   SensorRecord record;
   std::string sensorName;
   // Only whether the last stored line was "States Asserted" matters for continuation lines.
@@ -64,7 +65,9 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
 
   const auto finishRecord = [&]() {
     updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
-    if (toAddSensorData(config, record)) listing.push_back(std::move(record));
+    const bool kept = toAddSensorData(config, record);
+    if (order != nullptr && started) order->emplace_back(sensorName, kept);
+    if (kept) listing.push_back(std::move(record));
     record.clear();
   };
 

@@ -2,6 +2,8 @@
 #define VTR_COLLECTOR_LISTING_PARSER_H
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "collector/collector_config.h"
 #include "collector/collector_types.h"
@@ -9,10 +11,15 @@
 namespace vtr {
 namespace ipmitool {
 
+// Every sensor a listing printed, kept or not, in order: its listing name ("Sensor ID" up to
+// " (") and whether its record was kept; the kept ones are the listing's records, in order.
+using ListingOrder = std::vector<std::pair<std::string, bool>>;
+
 // Cuts a verbose listing ("ipmitool sensor -v") into the records of the sensors worth keeping,
 // taking discrete sensors' states words from the compact table's data.
 void parseSensorListing(const CollectorConfig& config, const std::string& output,
-                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing);
+                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing,
+                        ListingOrder* order = nullptr);
 
 }  // namespace ipmitool
 }  // namespace vtr

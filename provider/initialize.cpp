@@ -32,7 +32,7 @@ class CollectedFields {
 CollectorConfig collector_config_from(const provider_t& provider) {
   return CollectorConfig(provider.include_discrete_sensors, provider.include_continuous_sensors,
                          provider.include_empty_fields, provider.invalid_sensor_values, provider.command_timeout,
-                         provider.use_sudo);
+                         provider.use_sudo, provider.single_run_sampling);
 }
 
 // The event type's fields: the timestamp, then shallow copies of the collector's records.

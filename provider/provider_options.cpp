@@ -47,6 +47,7 @@ const ProviderOption kProviderOptions[] = {
     {"ipmitool-include-empty-fields", Flag{false, &provider_t::include_empty_fields}},
     {"ipmitool-sample-interval-sec", Seconds{30, &provider_t::sample_interval_sec}},
     {"ipmitool-invalid-sensor-values", Text{"", &provider_t::invalid_sensor_values}},
+    {"ipmitool-single-run-sampling", Flag{false, &provider_t::single_run_sampling}},
 };
 
 template <typename T>

@@ -55,6 +55,7 @@ struct provider_t {
   bool include_empty_fields = false;
   unsigned int sample_interval_sec = 0;
   std::string invalid_sensor_values;
+  bool single_run_sampling = false;
 
   uint16_t field_count = 0;                // fields of the event type, timestamp included
   field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
