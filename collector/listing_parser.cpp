@@ -26,6 +26,20 @@ std::string listingSensorName(std::string_view sensorId) {
   return std::string(sensorId.substr(0, sensorId.find(" (")));
 }
 
+// Whether anything but a debug line reads this label of a record: identity, kind, the values
+// that can become fields, and the line that stands in for the states.
+bool isLabelRead(const CollectorConfig& config, std::string_view label) {
+  for (const std::string* read : {&kSensorIdLabel, &kEntityIdLabel, &kThresholdTypeLabel, &kDiscreteTypeLabel,
+                                  &kSensorReadingLabel, &kStatesAssertedLabel, &kUnableToReadLabel})
+    if (label == *read) return true;
+  const auto named = [label](const auto& table) {
+    for (const auto& entry : table)
+      if (label == entry.first) return true;
+    return false;
+  };
+  return named(config.continuousFields) || named(config.discreteFields) || named(config.fieldDefaultTypes);
+}
+
 }  // namespace
 
 void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing, ListingOrder* order) {
@@ -62,6 +76,8 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
   bool afterStatesAsserted = false;
   bool started = false;
   const bool numericStates = config.includeDiscreteSensors && !config.statesAssertedAsText;
+  // Only debug lines read the other labels (a dozen per sensor): without them they are not stored.
+  const bool keepEveryLabel = vtr_log_enabled(VTR_LOG_DEBUG);
 
   const auto finishRecord = [&]() {
     updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
@@ -94,7 +110,12 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
       return;
     }
 
-    std::string label(trimBlanks(line.substr(0, colon)));
+    const std::string_view labelText = trimBlanks(line.substr(0, colon));
+    if (!keepEveryLabel && !isLabelRead(config, labelText)) {
+      afterStatesAsserted = false;
+      return;
+    }
+    std::string label(labelText);
     std::string value(trimBlanks(line.substr(colon + 1)));
     if (label == kSensorIdLabel) sensorName = listingSensorName(value);
 
