@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 CONFIGURE = cmake -S . -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all build test package test-asan test-tsan bench leak-check soak fuzz clean
+.PHONY: all build test package test-asan test-tsan bench bench-modes bench-host-cpu leak-check soak fuzz clean
 all: build
 
 build:
@@ -38,6 +38,19 @@ bench:
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release
 	cmake --build build-bench --target vtr_bench -j $(JOBS)
 	build-bench/bench/vtr_bench --benchmark_counters_tabular=true
+
+# Per-sample wall time and tool CPU of the default and the single-run mode against the
+# simulated server (both profiles), interleaved.
+bench-modes: build
+	build/bench/sampling-modes --rounds 15
+
+# vtr-host's own CPU per sample against the simulated two-socket server and a synthetic
+# 500-sensor listing, in both modes.
+bench-host-cpu: build
+	for mode in false true; do \
+	  bench/host-cpu --sim two-socket --option ipmitool-single-run-sampling=$$mode; \
+	  bench/host-cpu --sensors 500 --option ipmitool-single-run-sampling=$$mode; \
+	done
 
 # Construct, initialize, 50 passes, stop and destroy, three times with dlopen and dlclose,
 # under valgrind: no definite and no indirect leak.

@@ -39,13 +39,14 @@ void excludeField(std::map<std::string, bool>& fields, const std::string& label,
 
 CollectorConfig::CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
                                  const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
-                                 const RemoteBmc& remote_bmc)
+                                 bool single_run_sampling, const RemoteBmc& remote_bmc)
     : commandTimeout(command_timeout),
       useSudo(use_sudo),
       includeDiscreteSensors(include_discrete),
       includeContinuousSensors(include_continuous),
       includeEmptyFields(include_empty_fields),
       statesAssertedAsText(false),
+      singleRunSampling(single_run_sampling),
       discreteFields{{kStatesAssertedLabel, include_discrete}},
       continuousFields{{kSensorReadingLabel, include_continuous}},
       fieldDefaultTypes{{kStatesAssertedLabel, CollectorFieldType::Uint16},

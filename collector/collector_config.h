@@ -16,7 +16,7 @@ class CollectorConfig {
  public:
   CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
                   const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
-                  const RemoteBmc& remote_bmc = RemoteBmc{});
+                  bool single_run_sampling = false, const RemoteBmc& remote_bmc = RemoteBmc{});
   CollectorConfig(const CollectorConfig& other) = default;
 
   void includeContinuousField(const std::string& label);
@@ -31,6 +31,8 @@ class CollectorConfig {
   bool includeContinuousSensors;
   bool includeEmptyFields;
   bool statesAssertedAsText;
+  // Samples from one run of the compact table instead of the verbose listing and the states table.
+  bool singleRunSampling;
   std::map<std::string, bool> discreteFields;
   std::map<std::string, bool> continuousFields;
   std::map<std::string, CollectorFieldType> fieldDefaultTypes;

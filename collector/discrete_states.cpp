@@ -1,9 +1,11 @@
 #include "collector/discrete_states.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
@@ -44,6 +46,37 @@ void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSenso
   }
 }
 
+std::optional<std::string> discreteRowStates(const CollectorConfig& config, std::string_view line,
+                                             const std::string& name, bool reportRefusals) {
+  if (line.find(kNaMarker) != std::string_view::npos) {
+    if (config.includeEmptyFields) {
+      vtr_log_rate_limited(
+          VTR_LOG_WARNING,
+          "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
+          name.c_str());
+      return std::string();
+    }
+    if (reportRefusals) {
+      vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Sensor '%s' will not be collected since the value is 'na'.",
+              name.c_str());
+    }
+    return std::nullopt;
+  }
+
+  const auto marker = line.find(kWordMarker);
+  if (marker != std::string_view::npos) {
+    const auto word = marker + kWordMarker.size() - 1;
+    return std::string(line.substr(word, kStatesWordLength));
+  }
+
+  if (reportRefusals) {
+    vtr_log_rate_limited(VTR_LOG_WARNING,
+                         "[ipmitool collector] Sensor '%s' will not be collected since the value is invalid.",
+                         name.c_str());
+  }
+  return std::nullopt;
+}
+
 void readDiscreteStatesTable(const CollectorConfig& config, const std::string& output,
                              const std::unordered_set<std::string>* knownAtStart,
                              DiscreteSensorsData& discrete_sensors_data) {
@@ -69,36 +102,12 @@ void readDiscreteStatesTable(const CollectorConfig& config, const std::string& o
       return;
     }
 
-    if (line.find(kNaMarker) != std::string_view::npos) {
-      if (config.includeEmptyFields) {
-        vtr_log_rate_limited(
-            VTR_LOG_WARNING,
-            "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
-            name.c_str());
-        discrete_sensors_data.emplace(name, "");
-      } else {
-        if (reportRefusals) {
-          vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Sensor '%s' will not be collected since the value is 'na'.",
-                  name.c_str());
-        }
-        rejectedNames.insert(name);
-      }
-      return;
+    auto states = discreteRowStates(config, line, name, reportRefusals);
+    if (states) {
+      discrete_sensors_data.emplace(name, std::move(*states));
+    } else {
+      rejectedNames.insert(name);
     }
-
-    const auto marker = line.find(kWordMarker);
-    if (marker != std::string_view::npos) {
-      const auto word = marker + kWordMarker.size() - 1;
-      discrete_sensors_data.emplace(name, std::string(line.substr(word, kStatesWordLength)));
-      return;
-    }
-
-    if (reportRefusals) {
-      vtr_log_rate_limited(VTR_LOG_WARNING,
-                           "[ipmitool collector] Sensor '%s' will not be collected since the value is invalid.",
-                           name.c_str());
-    }
-    rejectedNames.insert(name);
   });
 }
 

@@ -1,7 +1,9 @@
 #ifndef VTR_COLLECTOR_DISCRETE_STATES_H
 #define VTR_COLLECTOR_DISCRETE_STATES_H
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
 #include "collector/collector_config.h"
@@ -17,6 +19,12 @@ namespace ipmitool {
 void readDiscreteStatesTable(const CollectorConfig& config, const std::string& output,
                              const std::unordered_set<std::string>* knownAtStart,
                              DiscreteSensorsData& discrete_sensors_data);
+
+// The states word of one row of the compact table: "0x" and four digits, the empty text for
+// an "na" row when empty fields are included, nothing for a refused row (logged when
+// `reportRefusals`).
+std::optional<std::string> discreteRowStates(const CollectorConfig& config, std::string_view line,
+                                             const std::string& name, bool reportRefusals);
 
 // Gives a discrete sensor's record its states word from the compact table, unless the
 // verbose listing already gave it one.

@@ -9,6 +9,8 @@
 
 #include "collector/collector_config.h"
 #include "collector/collector_types.h"
+#include "collector/compact_table.h"
+#include "collector/listing_parser.h"
 #include "collector/sensor_facts.h"
 #include "src/data/schema.h"
 
@@ -49,13 +51,16 @@ class IpmitoolCollector {
                       std::unordered_set<std::string>* filledWithDefault = nullptr) const;
 
  private:
-  void getIpmitoolSensorData(SensorListing& listing);
+  // `order`, when given, receives every sensor the listing printed.
+  void getIpmitoolSensorData(SensorListing& listing, ListingOrder* order = nullptr);
   void getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data);
   // The stop flag is written by the provider's thread; read it as an acquire load.
   bool stopIsRequested() const { return __atomic_load_n(&stopRequested, __ATOMIC_ACQUIRE); }
   // Runs the verbose listing; false (after its error line) when it yields nothing, and
   // false silently once a stop is requested.
-  bool readListing(SensorListing& listing);
+  bool readListing(SensorListing& listing, ListingOrder* order = nullptr);
+  // A sample from one run of the compact table (single-run sampling).
+  bool sampleCompactTable(SensorSample& out);
 
   CollectorConfig config_;
   const volatile bool& stopRequested;
@@ -65,6 +70,7 @@ class IpmitoolCollector {
   std::unordered_map<std::string, CollectorFieldType> schemaFieldTypes;
   std::unordered_map<std::string, SensorFacts> fieldSensorFacts_;
   std::unordered_set<std::string> fieldsFilledWithDefault_;
+  CompactTableSampler compactTable_;  // set up by setFieldsInfo with single-run sampling
 };
 
 }  // namespace ipmitool

@@ -1,18 +1,22 @@
 #ifndef VTR_COLLECTOR_LISTING_LABELS_H
 #define VTR_COLLECTOR_LISTING_LABELS_H
 
+#include <string>
+
 namespace vtr {
 namespace ipmitool {
 
-// Labels of the verbose listing ("ipmitool sensor -v") that the collector reads.
-inline constexpr char kSensorIdLabel[] = "Sensor ID";
-inline constexpr char kEntityIdLabel[] = "Entity ID";
-inline constexpr char kThresholdTypeLabel[] = "Sensor Type (Threshold)";
-inline constexpr char kDiscreteTypeLabel[] = "Sensor Type (Discrete)";
-inline constexpr char kSensorReadingLabel[] = "Sensor Reading";
-inline constexpr char kStatesAssertedLabel[] = "States Asserted";
+// Labels of the verbose listing ("ipmitool sensor -v") that the collector reads. Strings, so
+// that looking one up in a record builds no key: the two type labels are too long to be
+// held without an allocation.
+inline const std::string kSensorIdLabel = "Sensor ID";
+inline const std::string kEntityIdLabel = "Entity ID";
+inline const std::string kThresholdTypeLabel = "Sensor Type (Threshold)";
+inline const std::string kDiscreteTypeLabel = "Sensor Type (Discrete)";
+inline const std::string kSensorReadingLabel = "Sensor Reading";
+inline const std::string kStatesAssertedLabel = "States Asserted";
 // Stands where "States Asserted" would when the BMC cannot read a discrete sensor.
-inline constexpr char kUnableToReadLabel[] = "Unable to read sensor";
+inline const std::string kUnableToReadLabel = "Unable to read sensor";
 
 }  // namespace ipmitool
 }  // namespace vtr

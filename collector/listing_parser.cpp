@@ -22,13 +22,27 @@ namespace {
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
+// Whether anything but a debug line reads this label of a record: identity, kind, the values
+// that can become fields, and the line that stands in for the states.
+bool isLabelRead(const CollectorConfig& config, std::string_view label) {
+  for (const std::string* read : {&kSensorIdLabel, &kEntityIdLabel, &kThresholdTypeLabel, &kDiscreteTypeLabel,
+                                  &kSensorReadingLabel, &kStatesAssertedLabel, &kUnableToReadLabel})
+    if (label == *read) return true;
+  const auto named = [label](const auto& table) {
+    for (const auto& entry : table)
+      if (label == entry.first) return true;
+    return false;
+  };
+  return named(config.continuousFields) || named(config.discreteFields) || named(config.fieldDefaultTypes);
+}
+
 }  // namespace
 
 std::string listingSensorName(std::string_view sensorId) {
   return std::string(sensorId.substr(0, sensorId.find(" (")));
 }
 
-void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
+void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing, ListingOrder* order) {
   DiscreteSensorsData discrete_sensors_data;
   if (config_.includeDiscreteSensors) {
     getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
@@ -50,21 +64,26 @@ void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
     return;
   }
-  parseSensorListing(config_, output, discrete_sensors_data, listing);
+  parseSensorListing(config_, output, discrete_sensors_data, listing, order);
 }
 
 void parseSensorListing(const CollectorConfig& config, const std::string& output,
-                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing) {
+                        const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing,
+                        ListingOrder* order) {
   SensorRecord record;
   std::string sensorName;
   // Only whether the last stored line was "States Asserted" matters for continuation lines.
   bool afterStatesAsserted = false;
   bool started = false;
   const bool numericStates = config.includeDiscreteSensors && !config.statesAssertedAsText;
+  // Only debug lines read the other labels (a dozen per sensor): without them they are not stored.
+  const bool keepEveryLabel = vtr_log_enabled(VTR_LOG_DEBUG);
 
   const auto finishRecord = [&]() {
     updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
-    if (toAddSensorData(config, record)) listing.push_back(std::move(record));
+    const bool kept = toAddSensorData(config, record);
+    if (order != nullptr && started) order->emplace_back(sensorName, kept);
+    if (kept) listing.push_back(std::move(record));
     record.clear();
   };
 
@@ -91,7 +110,12 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
       return;
     }
 
-    std::string label(trimBlanks(line.substr(0, colon)));
+    const std::string_view labelText = trimBlanks(line.substr(0, colon));
+    if (!keepEveryLabel && !isLabelRead(config, labelText)) {
+      afterStatesAsserted = false;
+      return;
+    }
+    std::string label(labelText);
     std::string value(trimBlanks(line.substr(colon + 1)));
     if (label == kSensorIdLabel) sensorName = listingSensorName(value);
 

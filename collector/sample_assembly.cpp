@@ -1,17 +1,39 @@
+#include "collector/sample_assembly.h"
+
 #include <string>
 #include <utility>
 
 #include "collector/field_naming.h"
 #include "collector/field_selection.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/remote_bmc.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
 
 namespace vtr {
 namespace ipmitool {
 
-bool IpmitoolCollector::readListing(SensorListing& listing) {
-  getIpmitoolSensorData(listing);
+bool storeSampleValue(const std::string& label, const std::string& fieldName, std::string&& value,
+                      CollectorFieldType type, CollectorFieldType expected, SensorSample& out) {
+  if (type == CollectorFieldType::Unknown) {
+    vtr_log(VTR_LOG_WARNING,
+            "[ipmitool collector] Unknown type for field '%s': expected '%s' as defined in the schema. Skipping "
+            "field.",
+            label.c_str(), fieldTypeName(expected).c_str());
+  } else if (type == expected) {
+    return out.emplace(fieldName, std::move(value)).second;  // the first value of a field wins
+  } else {
+    // A sensor that switched between decimal and hexadecimal since start-up is dropped, not converted.
+    vtr_log(VTR_LOG_WARNING,
+            "[ipmitool collector] Type mismatch for field '%s': expected '%s' as defined in the schema, but got "
+            "'%s'. Skipping field.",
+            label.c_str(), fieldTypeName(expected).c_str(), fieldTypeName(type).c_str());
+  }
+  return false;
+}
+
+bool IpmitoolCollector::readListing(SensorListing& listing, ListingOrder* order) {
+  getIpmitoolSensorData(listing, order);
   if (stopIsRequested()) return false;
   if (listing.empty()) {
     vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
@@ -22,6 +44,7 @@ bool IpmitoolCollector::readListing(SensorListing& listing) {
 
 bool IpmitoolCollector::getSensorsData(SensorSample& out) {
   fieldsFilledWithDefault_.clear();
+  if (config_.singleRunSampling) return sampleCompactTable(out);
   SensorListing listing;
   if (!readListing(listing)) return false;
   if (!schemaCreated) {
@@ -30,6 +53,24 @@ bool IpmitoolCollector::getSensorsData(SensorSample& out) {
   }
   assembleSample(listing, out, &fieldsFilledWithDefault_);
   return true;
+}
+
+bool IpmitoolCollector::sampleCompactTable(SensorSample& out) {
+  static constexpr const char* kCompactTableCommand = "ipmitool sensor";
+  std::string table;
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor"), table);
+  if (stopIsRequested()) return false;
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kCompactTableCommand);
+  } else if (!schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
+    return false;
+  } else if (compactTable_.sample(config_, table, out, fieldsFilledWithDefault_)) {
+    return true;
+  }
+  // A failed run and an empty table end the pass as an empty verbose listing does.
+  vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+  return false;
 }
 
 void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSample& out,
@@ -58,23 +99,9 @@ void IpmitoolCollector::assembleSample(const SensorListing& listing, SensorSampl
       std::string value = rawValue;
       parseFieldValue(config_, label, value);
       const CollectorFieldType type = getFieldType(value, kind);
-      const CollectorFieldType expected = schemaField->second;
-      if (type == CollectorFieldType::Unknown) {
-        vtr_log(VTR_LOG_WARNING,
-                "[ipmitool collector] Unknown type for field '%s': expected '%s' as defined in the schema. Skipping "
-                "field.",
-                label.c_str(), fieldTypeName(expected).c_str());
-      } else if (type == expected) {
-        const bool first = out.emplace(fieldName, std::move(value)).second;  // the first value of a field wins
-        if (first && filledWithDefault != nullptr && record.count(defaultMarkLabel(label)) != 0)
-          filledWithDefault->insert(fieldName);
-      } else {
-        // A sensor that switched between decimal and hexadecimal since start-up is dropped, not converted.
-        vtr_log(VTR_LOG_WARNING,
-                "[ipmitool collector] Type mismatch for field '%s': expected '%s' as defined in the schema, but got "
-                "'%s'. Skipping field.",
-                label.c_str(), fieldTypeName(expected).c_str(), fieldTypeName(type).c_str());
-      }
+      const bool stored = storeSampleValue(label, fieldName, std::move(value), type, schemaField->second, out);
+      if (stored && filledWithDefault != nullptr && record.count(defaultMarkLabel(label)) != 0)
+        filledWithDefault->insert(fieldName);
     }
   }
 }

@@ -9,6 +9,7 @@
 #include "collector/field_naming.h"
 #include "collector/field_selection.h"
 #include "collector/ipmitool_collector.h"
+#include "collector/listing_labels.h"
 #include "collector/sensor_facts.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
@@ -22,12 +23,17 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
     return false;
   }
   SensorListing listing;
-  if (!readListing(listing)) return false;
+  ListingOrder order;
+  const bool singleRun = config_.singleRunSampling;
+  if (!readListing(listing, singleRun ? &order : nullptr)) return false;
   createSensorsIdsMap(listing);
+  // Per kept record, the field the compact table will give its value to.
+  std::vector<TableField> tableFields(singleRun ? listing.size() : 0);
 
   std::string description;
   std::string fieldName;
-  for (const SensorRecord& record : listing) {
+  for (std::size_t index = 0; index < listing.size(); ++index) {
+    const SensorRecord& record = listing[index];
     const CollectorSensorType kind = getSensorType(record);
     const std::string name = getSavedUniqueSensorNameFromSensorData(record);
     if (name.empty()) continue;  // left out: its name was not unique
@@ -51,8 +57,11 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
       schemaFieldTypes[fieldName] = type;
       fieldSensorFacts_[fieldName] = facts;
       fields.push_back(std::move(info));
+      if (singleRun && (label == kSensorReadingLabel || label == kStatesAssertedLabel))
+        tableFields[index] = TableField{kind, fieldName, label, type};
     }
   }
+  if (singleRun) compactTable_ = CompactTableSampler(order, tableFields);
   schemaCreated = true;
   return true;
 }

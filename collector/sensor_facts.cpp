@@ -10,7 +10,7 @@ namespace ipmitool {
 
 namespace {
 
-std::string labelValue(const SensorRecord& record, const char* label) {
+std::string labelValue(const SensorRecord& record, const std::string& label) {
   const auto found = record.find(label);
   return found == record.end() ? std::string() : found->second;
 }

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 extern char** environ;
 
@@ -89,14 +90,22 @@ bool shellEnded(pid_t pid) {
   return info.si_pid == pid;
 }
 
-// Appends what the pipe holds now, in large blocks; false at end of file.
-bool readAvailable(int fd, std::string& output) {
+// Outputs up to this size grow in the heap, whose pages are reused from run to run; a larger
+// one moves once into room reserved for the whole cap, so that no copies of it pile up in
+// the heap on the way there.
+constexpr std::size_t kGrowInHeapBytes = 2u << 20;
+
+// Appends what the pipe holds now, through `block`, in large blocks; false at end of file.
+bool readAvailable(int fd, char* block, std::string& output) {
   while (output.size() <= kMaxCommandOutputBytes) {
-    const std::size_t before = output.size();
-    output.resize(before + kReadBlockBytes);
-    const ssize_t got = read(fd, &output[before], kReadBlockBytes);
-    output.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-    if (got > 0) continue;
+    const ssize_t got = read(fd, block, kReadBlockBytes);
+    if (got > 0) {
+      if (output.size() + static_cast<std::size_t>(got) > kGrowInHeapBytes &&
+          output.capacity() < kMaxCommandOutputBytes)
+        output.reserve(kMaxCommandOutputBytes + kReadBlockBytes);
+      output.append(block, static_cast<std::size_t>(got));
+      continue;
+    }
     if (got < 0 && (errno == EAGAIN || errno == EINTR)) return true;
     return false;
   }
@@ -152,10 +161,11 @@ int pollMilliseconds(Clock::time_point deadline, bool watchingExit, bool reading
 ShellEnd watch(pid_t pid, FileDescriptor& reader, Clock::time_point deadline, const volatile bool& stopFlag,
                std::string& output) {
   const FileDescriptor exitWatch(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+  const std::unique_ptr<char[]> block(new char[kReadBlockBytes]);
   for (;;) {
     if (stopIsSet(stopFlag)) return ShellEnd::Stopped;
     if (shellEnded(pid)) {
-      if (reader.valid() && !readAvailable(reader.get(), output)) reader.reset();
+      if (reader.valid() && !readAvailable(reader.get(), block.get(), output)) reader.reset();
       return output.size() > kMaxCommandOutputBytes ? ShellEnd::OutputTooLarge : ShellEnd::Exited;
     }
     if (Clock::now() >= deadline) return ShellEnd::DeadlineKilled;
@@ -165,7 +175,8 @@ ShellEnd watch(pid_t pid, FileDescriptor& reader, Clock::time_point deadline, co
     if (reader.valid()) watched[count++] = {reader.get(), POLLIN, 0};
     if (exitWatch.valid()) watched[count++] = {exitWatch.get(), POLLIN, 0};
     if (poll(watched, count, pollMilliseconds(deadline, exitWatch.valid(), reader.valid())) <= 0) continue;
-    if (reader.valid() && watched[0].revents != 0 && !readAvailable(reader.get(), output)) reader.reset();
+    if (reader.valid() && watched[0].revents != 0 && !readAvailable(reader.get(), block.get(), output))
+      reader.reset();
     if (output.size() > kMaxCommandOutputBytes) return ShellEnd::OutputTooLarge;
   }
 }
@@ -182,9 +193,6 @@ ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, con
   writer.reset();  // the pipe ends when the last child lets go of it
   if (pid < 0) return run;
   fcntl(reader.get(), F_SETFL, O_NONBLOCK);
-  // Room for the cap up front: only the pages written are used, and the output never moves,
-  // so no copies of it pile up in the heap on the way to the cap.
-  run.output.reserve(kMaxCommandOutputBytes + kReadBlockBytes);
 
   const Clock::time_point deadline =
       timeLimitSec == 0 ? Clock::time_point::max()
@@ -197,7 +205,8 @@ ShellRun runInOwnSession(const std::string& line, unsigned int timeLimitSec, con
   while (waitpid(pid, &run.status, 0) < 0 && errno == EINTR) {
   }
   if (run.end != ShellEnd::Exited && run.end != ShellEnd::DeadlineKilled) run.output.clear();
-  run.output.shrink_to_fit();
+  // Only the room reserved for the cap is worth giving back at once.
+  if (run.output.capacity() > kGrowInHeapBytes) run.output.shrink_to_fit();
   return run;
 }
 

@@ -37,7 +37,7 @@ CollectorConfig collector_config_from(const provider_t& provider) {
                       provider.bmc_cipher_suite, provider.bmc_privilege_level, provider.bmc_password_file};
   return CollectorConfig(provider.include_discrete_sensors, provider.include_continuous_sensors,
                          provider.include_empty_fields, provider.invalid_sensor_values, provider.command_timeout,
-                         provider.use_sudo, bmc);
+                         provider.use_sudo, provider.single_run_sampling, bmc);
 }
 
 // The event type's fields: the timestamp, then shallow copies of the collector's records.

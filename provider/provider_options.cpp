@@ -50,6 +50,7 @@ const ProviderOption kProviderOptions[] = {
     {"ipmitool-include-empty-fields", Flag{false, &provider_t::include_empty_fields}},
     {"ipmitool-sample-interval-sec", Seconds{30, &provider_t::sample_interval_sec}},
     {"ipmitool-invalid-sensor-values", Text{"", &provider_t::invalid_sensor_values}},
+    {"ipmitool-single-run-sampling", Flag{false, &provider_t::single_run_sampling}},
     {"ipmitool-bmc-host", Text{"", &provider_t::bmc_host, refuseBmcHost}},
     {"ipmitool-bmc-user", Text{"", &provider_t::bmc_user, refuseBmcUser}},
     {"ipmitool-bmc-interface", Text{"lanplus", &provider_t::bmc_interface, refuseBmcInterface}},

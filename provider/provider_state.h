@@ -57,6 +57,7 @@ struct provider_t {
   bool include_empty_fields = false;
   unsigned int sample_interval_sec = 0;
   std::string invalid_sensor_values;
+  bool single_run_sampling = false;
   // A remote BMC: an empty host means the local one (see collector/remote_bmc.h).
   std::string bmc_host;
   std::string bmc_user;

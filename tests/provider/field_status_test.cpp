@@ -25,6 +25,7 @@ struct FieldStatusCase {
   const char* compactTo;
   bool includeEmptyFields;
   std::map<std::string, int> withoutReading;  // field -> status; every other field is read
+  bool singleRun = false;
 };
 
 void PrintTo(const FieldStatusCase& row, std::ostream* out) { *out << row.name; }
@@ -56,7 +57,8 @@ TEST_P(FieldStatus, NamesEveryFieldWithoutAReading) {
   const FieldStatusCase& row = GetParam();
   FakeIpmitool fake;
   HostedProvider provider{{{"ipmitool-include-discrete-sensors", "true"},
-                           {"ipmitool-include-empty-fields", row.includeEmptyFields ? "true" : "false"}}};
+                           {"ipmitool-include-empty-fields", row.includeEmptyFields ? "true" : "false"},
+                           {"ipmitool-single-run-sampling", row.singleRun ? "true" : "false"}}};
   ASSERT_NE(provider.api().field_status, nullptr);
   EXPECT_EQ(provider.api().field_status(provider.session().record(), nullptr, 0), -1) << "nothing handed over yet";
   fake.replayText(edited("verbose.txt", row.verboseFrom, row.verboseTo),
@@ -86,7 +88,11 @@ INSTANTIATE_TEST_SUITE_P(
         FieldStatusCase{"UnconvertibleStatesWord", "", "", "0x0100", "0xZZZZ", false,
                         {{"ps1_status", VTR_FIELD_MISSING}}},
         FieldStatusCase{"CompactRunFails", "", "", "*", "", false,
-                        {{"ps1_status", VTR_FIELD_MISSING}, {"ps2_status", VTR_FIELD_MISSING}}}),
+                        {{"ps1_status", VTR_FIELD_MISSING}, {"ps2_status", VTR_FIELD_MISSING}}},
+        FieldStatusCase{"SingleRunRowRenamed", "", "", "FAN2    ", "FAN9    ", false,
+                        {{"fan2", VTR_FIELD_MISSING}}, true},
+        FieldStatusCase{"SingleRunNotAvailableFilledWithTheEmptyFieldDefault", "", "", "45.000", "na    ", true,
+                        {{"cpu1_temp", VTR_FIELD_EMPTY_DEFAULT}, {"ps3_status", VTR_FIELD_EMPTY_DEFAULT}}, true}),
     [](const ::testing::TestParamInfo<FieldStatusCase>& info) { return info.param.name; });
 
 TEST(PromptStop, EndsThePauseBetweenPassesAtOnce) {

@@ -1,6 +1,9 @@
 // Every tests/fixtures/<case>/ holding an expected.json: the fake tool replays the case's
 // listings to the library as vtr-host loads and drives it, and the event type's fields and
-// the first event (as vtr-host prints it, less its varying timestamp and source) must match.
+// the first event (as vtr-host prints it, less its varying timestamp and source) must match,
+// in the default mode and with single-run sampling alike. The event text holds every double
+// to 17 significant digits and every field without a reading as null, so equal text means
+// equal field bytes and equal field status.
 // VTR_WRITE_GOLDEN=1 writes expected.json from what the library does instead: review it.
 #include <gtest/gtest.h>
 
@@ -70,6 +73,11 @@ Json observe(const Options& options) {
   return result;
 }
 
+Options singleRun(Options options) {
+  options.emplace_back("ipmitool-single-run-sampling", "true");
+  return options;
+}
+
 void expectGolden(const std::string& fixtureCase, const Json& actual) {
   const std::string path = fixturePath(fixtureCase, "expected.json");
   if (std::getenv("VTR_WRITE_GOLDEN") != nullptr) json_serialize_to_file_pretty(actual.get(), path.c_str());
@@ -85,6 +93,17 @@ TEST_P(GoldenFixture, FieldsAndFirstEventMatchExpectedJson) {
   expectGolden(GetParam(), observe(caseOptions(GetParam())));
 }
 
+TEST_P(GoldenFixture, SingleRunSamplingMatchesTheSameExpectedJson) {
+  FakeIpmitool fake(GetParam());
+  const Json actual = observe(singleRun(caseOptions(GetParam())));
+  const Json expected(json_parse_file(fixturePath(GetParam(), "expected.json").c_str()), json_value_free);
+  ASSERT_NE(expected, nullptr);
+  EXPECT_EQ(pretty(actual.get()), pretty(expected.get()));
+  // The verbose listing ran for the start-up only.
+  const auto calls = fake.recordedCalls();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "sensor -v"), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixture, ::testing::ValuesIn(goldenCases()),
                          [](const auto& info) {
                            std::string name = info.param;
@@ -92,17 +111,26 @@ INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixture, ::testing::ValuesIn(goldenCases()
                            return name;
                          });
 
-// The recording was taken from this simulator profile, so the real tool must give the same.
-TEST(GoldenFixtureRealTool, SimulatedSmallServerMatchesItsRecording) {
-  SimServer sim("small");
+// The recordings were taken from these simulator profiles, so the real tool must give the
+// same, in both modes.
+class GoldenFixtureRealTool : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
+
+TEST_P(GoldenFixtureRealTool, SimulatedServerMatchesItsRecordingInBothModes) {
+  const auto [profile, fixtureCase] = GetParam();
+  SimServer sim(profile);
   if (!sim.installed()) GTEST_SKIP() << sim.reason();
   ASSERT_TRUE(sim.running()) << sim.reason();
-  Options options = caseOptions("small-server");
+  Options options = caseOptions(fixtureCase);
   for (const auto& option : sim.bmcOptions()) options.push_back(option);
-  const Json actual = observe(options);
-  const Json expected(json_parse_file(fixturePath("small-server", "expected.json").c_str()), json_value_free);
-  EXPECT_EQ(pretty(actual.get()), pretty(expected.get()));
+  const Json expected(json_parse_file(fixturePath(fixtureCase, "expected.json").c_str()), json_value_free);
+  for (const Options& run : {options, singleRun(options)})
+    EXPECT_EQ(pretty(observe(run).get()), pretty(expected.get())) << run.back().first;
 }
+
+INSTANTIATE_TEST_SUITE_P(Profiles, GoldenFixtureRealTool,
+                         ::testing::Values(std::make_pair("small", "small-server"),
+                                           std::make_pair("two-socket", "two-socket")),
+                         [](const auto& info) { return std::string(info.param.first == std::string("small") ? "small" : "two_socket"); });
 
 }  // namespace
 }  // namespace test

@@ -96,6 +96,8 @@ TEST(ProviderOptions, EachOptionComesFromTheFirstSourceThatConverts) {
       {"ipmitool-include-empty-fields", nullptr, nullptr, nullptr, "false"},
       {"ipmitool-invalid-sensor-values", "N/A,,disabled", nullptr, nullptr, "N/A,,disabled"},
       {"ipmitool-invalid-sensor-values", nullptr, nullptr, nullptr, ""},
+      {"ipmitool-single-run-sampling", nullptr, "true", nullptr, "true"},
+      {"ipmitool-single-run-sampling", nullptr, nullptr, nullptr, "false"},
   };
   for (const Case& c : cases) {
     std::string env = c.key;
@@ -225,10 +227,19 @@ TEST(ProviderSampling, OneEventIsBufferedAndWaitsForRoom) {
 
 // A failing tool drops the undrained event, is reported at most once per ten seconds, and the
 // first pass after it recovers yields events again.
-TEST(ProviderSampling, FailingToolDropsTheEventIsReportedRateLimitedAndRecovers) {
+// Both sampling modes, each in a process of its own (the rate-limit clocks are process-wide).
+class ProviderSamplingModes : public ::testing::TestWithParam<bool> {
+ protected:
+  Options withMode(Options options) const {
+    options.emplace_back("ipmitool-single-run-sampling", GetParam() ? "true" : "false");
+    return options;
+  }
+};
+
+TEST_P(ProviderSamplingModes, FailingToolDropsTheEventIsReportedRateLimitedAndRecovers) {
   FakeIpmitool fake;
   LogRecorder log(librarySetLogFunc());
-  HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "0"}});
+  HostedProvider hosted(withMode({{"ipmitool-sample-interval-sec", "0"}}));
   const auto started = std::chrono::steady_clock::now();
   hosted.start();
   ASSERT_TRUE(waitForToolRuns(fake, fake.recordedCalls().size() + 2));
@@ -245,21 +256,32 @@ TEST(ProviderSampling, FailingToolDropsTheEventIsReportedRateLimitedAndRecovers)
 
 // The fields are fixed at start-up: a reading whose notation changed since (decimal to
 // hexadecimal) and a sensor that is gone have no reading (null), and a sensor that appeared is
-// not published.
-TEST(ProviderSampling, LaterReadingsAreCheckedAgainstTheFieldsOfStartUp) {
+// not published. Single-run sampling counts the two unmatched sensors in one warning.
+TEST_P(ProviderSamplingModes, LaterReadingsAreCheckedAgainstTheFieldsOfStartUp) {
   FakeIpmitool fake;
-  HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "1"}});
+  LogRecorder log(librarySetLogFunc());
+  HostedProvider hosted(withMode({{"ipmitool-sample-interval-sec", "1"}}));
   std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
+  std::string table = readFile(fixturePath("small-server", "compact.txt"));
   for (const auto& [from, to] : {std::pair<std::string, std::string>{"45 (+/- 0) degrees C", "0x2d"},
-                                 {"FAN2 (0x7)", "FAN9 (0x7)"}})
-    listing.replace(listing.find(from), from.size(), to);
-  fake.replayText(listing, readFile(fixturePath("small-server", "compact.txt")));
+                                 {"FAN2 (0x7)", "FAN9 (0x7)"}, {"45.000     |", "0x2d       |"},
+                                 {"FAN2             |", "FAN9             |"}}) {
+    std::string& text = from.find('|') != std::string::npos ? table : listing;
+    text.replace(text.find(from), from.size(), to);
+  }
+  fake.replayText(listing, table);
   hosted.start();
   const std::string json = hosted.nextEvent(kWaitLimit).json;
   for (const char* part : {"\"cpu1_temp\":null,", "\"fan2\":null,", "\"fan1\":5400,"})
     EXPECT_NE(json.find(part), std::string::npos) << part << " in " << json;
   EXPECT_EQ(json.find("fan9"), std::string::npos) << json;
+  EXPECT_EQ(log.count(VTR_LOG_WARNING, "[ipmitool collector] 2 sensors of 'ipmitool sensor' did not match the sensors "
+                                       "read at start-up; their fields are left out of the sample."),
+            GetParam() ? 1u : 0u);
 }
+
+INSTANTIATE_TEST_SUITE_P(Modes, ProviderSamplingModes, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "SingleRun" : "Default"; });
 
 // The tool hangs; its time limit ends the run, so stopping (the session's end) returns. The
 // wait is bounded by the test's own time limit.

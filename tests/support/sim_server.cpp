@@ -66,13 +66,17 @@ SimServer::~SimServer() {
   removeDirectory(workDir_);
 }
 
+ipmitool::RemoteBmc SimServer::remoteBmc() const {
+  // Suite 3 spares about ten seconds of negotiation per run.
+  return {"127.0.0.1:" + std::to_string(port_), user_, "lanplus", "3", "", passwordFile_};
+}
+
 std::vector<std::pair<std::string, std::string>> SimServer::bmcOptions(bool withPasswordFile) const {
-  std::vector<std::pair<std::string, std::string>> options = {
-      {"ipmitool-bmc-host", "127.0.0.1:" + std::to_string(port_)},
-      {"ipmitool-bmc-user", user_},
-      // Suite 3 spares about ten seconds of negotiation per run.
-      {"ipmitool-bmc-cipher-suite", "3"}};
-  if (withPasswordFile) options.emplace_back("ipmitool-bmc-password-file", passwordFile_);
+  const ipmitool::RemoteBmc bmc = remoteBmc();
+  std::vector<std::pair<std::string, std::string>> options = {{"ipmitool-bmc-host", bmc.host},
+                                                              {"ipmitool-bmc-user", bmc.user},
+                                                              {"ipmitool-bmc-cipher-suite", bmc.cipherSuite}};
+  if (withPasswordFile) options.emplace_back("ipmitool-bmc-password-file", bmc.passwordFile);
   return options;
 }
 

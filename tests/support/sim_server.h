@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "collector/remote_bmc.h"
+
 namespace vtr {
 namespace test {
 
@@ -34,6 +36,8 @@ class SimServer {
   // The provider options that reach this server: host, port, user, cipher suite, and the
   // password file unless `withPasswordFile` is false (then IPMI_PASSWORD must hold it).
   std::vector<std::pair<std::string, std::string>> bmcOptions(bool withPasswordFile = true) const;
+  // The same, as the collector takes them.
+  ipmitool::RemoteBmc remoteBmc() const;
 
  private:
   bool running_ = false;

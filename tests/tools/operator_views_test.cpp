@@ -43,10 +43,8 @@ class ServingHost : public ::testing::Test {
   // Name and value of every sensor the simulated server reads, as its own tool lists them
   // (two share the name Temp).
   std::multimap<std::string, std::string> sensorsOfTheServer() const {
-    ipmitool::RemoteBmc bmc{"127.0.0.1:" + std::to_string(sim_.port()), sim_.user(), "lanplus", "3", "",
-                            sim_.passwordFile()};
     std::multimap<std::string, std::string> sensors;
-    std::istringstream lines(runShell(ipmitool::ipmitoolCommand(bmc, "sensor")).output);
+    std::istringstream lines(runShell(ipmitool::ipmitoolCommand(sim_.remoteBmc(), "sensor")).output);
     for (std::string line; std::getline(lines, line);) {
       std::vector<std::string> cells;
       std::istringstream row(line);
