@@ -4,6 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "collector/discrete_states.h"
 #include "collector/field_naming.h"
@@ -22,18 +23,25 @@ namespace {
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
-// Whether anything but a debug line reads this label of a record: identity, kind, the values
-// that can become fields, and the line that stands in for the states.
-bool isLabelRead(const CollectorConfig& config, std::string_view label) {
-  for (const std::string* read : {&kSensorIdLabel, &kEntityIdLabel, &kThresholdTypeLabel, &kDiscreteTypeLabel,
-                                  &kSensorReadingLabel, &kStatesAssertedLabel, &kUnableToReadLabel})
-    if (label == *read) return true;
-  const auto named = [label](const auto& table) {
-    for (const auto& entry : table)
-      if (label == entry.first) return true;
-    return false;
+bool isIn(const std::vector<std::string_view>& labels, std::string_view label) {
+  for (const std::string_view read : labels)
+    if (label == read) return true;
+  return false;
+}
+
+// The labels anything but a debug line reads, each once: identity, kind, the values that can
+// become fields, and the line that stands in for the states. Views into the configuration.
+std::vector<std::string_view> readLabels(const CollectorConfig& config) {
+  std::vector<std::string_view> labels = {kSensorIdLabel,      kEntityIdLabel,       kThresholdTypeLabel,
+                                          kDiscreteTypeLabel,  kSensorReadingLabel,  kStatesAssertedLabel,
+                                          kUnableToReadLabel};
+  const auto add = [&labels](const std::string& label) {
+    if (!isIn(labels, label)) labels.push_back(label);
   };
-  return named(config.continuousFields) || named(config.discreteFields) || named(config.fieldDefaultTypes);
+  for (const auto& entry : config.continuousFields) add(entry.first);
+  for (const auto& entry : config.discreteFields) add(entry.first);
+  for (const auto& entry : config.fieldDefaultTypes) add(entry.first);
+  return labels;
 }
 
 }  // namespace
@@ -78,6 +86,9 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
   const bool numericStates = config.includeDiscreteSensors && !config.statesAssertedAsText;
   // Only debug lines read the other labels (a dozen per sensor): without them they are not stored.
   const bool keepEveryLabel = vtr_log_enabled(VTR_LOG_DEBUG);
+  const std::vector<std::string_view> labelsRead = readLabels(config);
+  // Reused from line to line: the two type labels are too long to be held without an allocation.
+  std::string label;
 
   const auto finishRecord = [&]() {
     updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
@@ -111,11 +122,11 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
     }
 
     const std::string_view labelText = trimBlanks(line.substr(0, colon));
-    if (!keepEveryLabel && !isLabelRead(config, labelText)) {
+    if (!keepEveryLabel && !isIn(labelsRead, labelText)) {
       afterStatesAsserted = false;
       return;
     }
-    std::string label(labelText);
+    label.assign(labelText);
     std::string value(trimBlanks(line.substr(colon + 1)));
     if (label == kSensorIdLabel) sensorName = listingSensorName(value);
 

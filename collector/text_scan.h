@@ -9,10 +9,12 @@ namespace ipmitool {
 // The text without leading and trailing blanks; only the space character counts as a blank,
 // so tabs and carriage returns stay part of the text.
 inline std::string_view trimBlanks(std::string_view text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(' ');
-  return text.substr(first, last - first + 1);
+  // By hand: find_first_not_of(' ') costs a search call per byte, and labels are padded.
+  std::string_view::size_type first = 0;
+  std::string_view::size_type last = text.size();
+  while (first < last && text[first] == ' ') ++first;
+  while (last > first && text[last - 1] == ' ') --last;
+  return text.substr(first, last - first);
 }
 
 // Calls `onLine` for each line of `text`, split at '\n' only; a last line without a newline

@@ -2,7 +2,6 @@
 #define VTR_HOST_NUMBER_TEXT_H
 
 #include <string>
-#include <string_view>
 
 namespace vtr {
 namespace host {
@@ -10,10 +9,8 @@ namespace host {
 // The shortest text that reads back as the same double: 5.01, not 5.0099999999999998.
 // Finite values only; callers spell NaN and infinities their own way.
 std::string shortestText(double value);
-
-// The JSON text with every number outside strings rewritten as its shortest text; strings,
-// and anything that does not read as a number, stay byte for byte.
-std::string withShortestNumbers(std::string_view json);
+// The same text, appended to `out` without a string of its own.
+void appendShortestText(std::string& out, double value);
 
 }  // namespace host
 }  // namespace vtr

@@ -1,6 +1,7 @@
 #ifndef VTR_HOST_PLUGIN_LIBRARY_H
 #define VTR_HOST_PLUGIN_LIBRARY_H
 
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -33,13 +34,21 @@ struct PluginApi {
   // One event record to a JSON object of its fields; the caller frees the value.
   JSON_Value* (*type_definition_jsonify_data)(const vtr_type_definition_t*, const void*) = nullptr;
 
-  char* (*json_serialize_to_string)(const JSON_Value*) = nullptr;
   void (*json_free_serialized_string)(char*) = nullptr;
   void (*json_value_free)(JSON_Value*) = nullptr;
-  JSON_Object* (*json_value_get_object)(const JSON_Value*) = nullptr;
   JSON_Value_Type (*json_value_get_type)(const JSON_Value*) = nullptr;
+  JSON_Object* (*json_value_get_object)(const JSON_Value*) = nullptr;
+  JSON_Array* (*json_value_get_array)(const JSON_Value*) = nullptr;
+  const char* (*json_value_get_string)(const JSON_Value*) = nullptr;
+  std::size_t (*json_value_get_string_len)(const JSON_Value*) = nullptr;
   double (*json_value_get_number)(const JSON_Value*) = nullptr;
+  int (*json_value_get_boolean)(const JSON_Value*) = nullptr;
   JSON_Value* (*json_object_get_value)(const JSON_Object*, const char*) = nullptr;
+  std::size_t (*json_object_get_count)(const JSON_Object*) = nullptr;
+  const char* (*json_object_get_name)(const JSON_Object*, std::size_t) = nullptr;
+  JSON_Value* (*json_object_get_value_at)(const JSON_Object*, std::size_t) = nullptr;
+  std::size_t (*json_array_get_count)(const JSON_Array*) = nullptr;
+  JSON_Value* (*json_array_get_value)(const JSON_Array*, std::size_t) = nullptr;
   JSON_Status (*json_object_set_string)(JSON_Object*, const char*, const char*) = nullptr;
   JSON_Status (*json_object_set_number)(JSON_Object*, const char*, double) = nullptr;
   JSON_Status (*json_object_set_null)(JSON_Object*, const char*) = nullptr;

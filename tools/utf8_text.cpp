@@ -7,12 +7,12 @@ namespace host {
 
 namespace {
 
-constexpr const char* kReplacementCharacter = "\xEF\xBF\xBD";
-
 bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
-// Length of the well-formed sequence at `at`, or 0 (the ranges of RFC 3629's grammar).
-std::size_t sequenceLength(const std::string& text, std::size_t at) {
+}  // namespace
+
+// The ranges of RFC 3629's grammar.
+std::size_t utf8SequenceLength(std::string_view text, std::size_t at) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[at + i]); };
   const unsigned char lead = byte(0);
   if (lead < 0x80) return 1;
@@ -39,13 +39,11 @@ std::size_t sequenceLength(const std::string& text, std::size_t at) {
   return length;
 }
 
-}  // namespace
-
 std::string replaceInvalidUtf8(const std::string& text) {
   std::string valid;
   valid.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = sequenceLength(text, at);
+    const std::size_t length = utf8SequenceLength(text, at);
     if (length == 0) {
       valid += kReplacementCharacter;
       ++at;
