@@ -25,11 +25,11 @@ TEST(CollectorFieldSwitches, ChangeOnlyKnownLabelsOfIncludedKinds) {
   config.includeContinuousField("Status");
   config.excludeDiscreteField("Status");
   EXPECT_EQ(config.continuousFields.count("Status") + config.discreteFields.count("Status"), 0u);
-  EXPECT_TRUE(log.contains(VTR_LOG_WARNING,
-                           "[ipmitool collector] Discrete sensors are disabled. Skipping field: 'States Asserted'."));
-  EXPECT_TRUE(log.contains(VTR_LOG_WARNING,
-                           "[ipmitool collector] Field 'Status' not found in continuous sensor fields. Skipping."));
-  EXPECT_TRUE(log.contains(VTR_LOG_DEBUG, "[ipmitool collector] Field 'Status' not found in discrete sensor fields."));
+  EXPECT_TRUE(log.contains("[ipmitool collector] Discrete sensors are disabled. Skipping field: 'States Asserted'.",
+                           VTR_LOG_WARNING));
+  EXPECT_TRUE(log.contains("[ipmitool collector] Field 'Status' not found in continuous sensor fields. Skipping.",
+                           VTR_LOG_WARNING));
+  EXPECT_TRUE(log.contains("[ipmitool collector] Field 'Status' not found in discrete sensor fields.", VTR_LOG_DEBUG));
 }
 
 TEST(CollectorStatesText, BecomesACommaListOfTheBracketedStates) {
@@ -38,7 +38,7 @@ TEST(CollectorStatesText, BecomesACommaListOfTheBracketedStates) {
   parseFieldValue(config, "States Asserted", numeric);
   EXPECT_EQ(numeric, "0x0100");
   config.statesAssertedAsText = true;
-  const std::pair<std::string, std::string> cases[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"[Device Present] [Transition to OK]", "Device Present,Transition to OK"},
       {"Presence detected [Device Present]", "Device Present"},
       {"[]", "[]"},
@@ -46,10 +46,9 @@ TEST(CollectorStatesText, BecomesACommaListOfTheBracketedStates) {
       {"Power Supply", "ower Suppl"},
       {"[" + std::string(98, 'a') + "]", std::string(64, 'a')},
   };
-  for (const auto& [in, want] : cases) {
-    std::string value = in;
+  for (auto [value, want] : rows) {
     parseFieldValue(config, "States Asserted", value);
-    EXPECT_EQ(value, want) << "input '" << in << "'";
+    EXPECT_EQ(value, want);
   }
 }
 
@@ -65,8 +64,8 @@ TEST(CollectorCallOrder, SampleNeedsTheSchemaAndTheSchemaIsBuiltOnce) {
   EXPECT_FALSE(collector.setFieldsInfo(fields));
   IpmitoolCollector::freeFieldsInfo(fields);
   EXPECT_TRUE(fields.empty());
-  EXPECT_TRUE(log.contains(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data."));
-  EXPECT_TRUE(log.contains(VTR_LOG_ERR, "[ipmitool collector] Schema has already been created."));
+  EXPECT_TRUE(log.contains("[ipmitool collector] The schema has not been created. Cannot parse sensor data.", VTR_LOG_ERR));
+  EXPECT_TRUE(log.contains("[ipmitool collector] Schema has already been created.", VTR_LOG_ERR));
 }
 
 TEST(CollectorTextRules, BlankTextEmptiesAndUnknownKindsHaveNoType) {

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 #include "support/test_env.h"
@@ -59,6 +58,8 @@ FakeIpmitool::~FakeIpmitool() {
 void FakeIpmitool::replay(const std::string& fixtureCase) {
   replayText(readFile(fixturePath(fixtureCase, "verbose.txt")),
              readFile(fixturePath(fixtureCase, "compact.txt")));
+  const std::string exitCode = fixturePath(fixtureCase, "exit-code");
+  writeFile(dir_ + "/exit-code", std::filesystem::exists(exitCode) ? readFile(exitCode) : "");
 }
 
 void FakeIpmitool::replayText(const std::string& verboseListing,
@@ -69,14 +70,9 @@ void FakeIpmitool::replayText(const std::string& verboseListing,
 
 void FakeIpmitool::setExitCode(int code) { writeFile(dir_ + "/exit-code", std::to_string(code)); }
 
-void FakeIpmitool::setSleepSeconds(double seconds) {
-  std::ostringstream text;
-  text << seconds;
-  writeFile(dir_ + "/sleep-seconds", text.str());
-}
-
 void FakeIpmitool::injectFault(const std::string& shellCode) { writeFile(dir_ + "/fault.sh", shellCode); }
-void FakeIpmitool::hang() { writeFile(dir_ + "/sleep-seconds", "infinity"); }
+// Detached from the tool's stdout, so that only killing the run ends the reader's wait.
+void FakeIpmitool::hang() { injectFault("sleep infinity </dev/null >/dev/null 2>&1"); }
 
 std::vector<std::string> FakeIpmitool::recordedCalls() const {
   std::vector<std::string> calls;

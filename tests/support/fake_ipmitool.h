@@ -9,8 +9,9 @@ namespace test {
 
 // Puts a fake `ipmitool` first in PATH for this process. It replays a recorded fixture
 // (tests/fixtures/<case>/verbose.txt for "sensor -v", tests/fixtures/<case>/compact.txt for
-// "sensor"), records every argument list, and can exit with a chosen code or sleep first.
-// The destructor restores PATH and removes the temporary directory.
+// "sensor", and exits with the code in its exit-code file, if any), records every argument
+// list, and can run injected shell code first. The destructor restores PATH and removes the
+// temporary directory.
 class FakeIpmitool {
  public:
   explicit FakeIpmitool(const std::string& fixtureCase = "small-server");
@@ -23,7 +24,6 @@ class FakeIpmitool {
   // Replays these texts instead of a fixture case.
   void replayText(const std::string& verboseListing, const std::string& compactListing);
   void setExitCode(int code);
-  void setSleepSeconds(double seconds);
   // Shell code the tool runs first, in its own shell, with $dir its directory.
   void injectFault(const std::string& shellCode);
   // Every later run sleeps until it is killed.

@@ -37,27 +37,25 @@ class LogRecorder {
   LogRecorder& operator=(const LogRecorder&) = delete;
 
   std::vector<CapturedLine> all() const {
-    std::lock_guard<std::mutex> lock(mutex());
-    return lines();
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    return shared().lines;
   }
   void clear() {
-    std::lock_guard<std::mutex> lock(mutex());
-    lines().clear();
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    shared().lines.clear();
   }
-  size_t count(int priority, const std::string& text) const {
-    const auto captured = all();
-    return std::count_if(captured.begin(), captured.end(),
-                         [&](const CapturedLine& line) { return line.priority == priority && line.text == text; });
+  // Lines that are exactly `text`, at `priority` when one is given.
+  size_t count(const std::string& text, int priority = -1) const {
+    const auto lines = all();
+    return std::count_if(lines.begin(), lines.end(), [&](const CapturedLine& line) {
+      return line.text == text && (priority < 0 || line.priority == priority);
+    });
   }
-  bool contains(int priority, const std::string& text) const { return count(priority, text) > 0; }
-  bool contains(const std::string& text) const {
-    const auto captured = all();
-    return std::any_of(captured.begin(), captured.end(), [&](const CapturedLine& line) { return line.text == text; });
-  }
+  bool contains(const std::string& text, int priority = -1) const { return count(text, priority) > 0; }
   // Lines at any priority that contain `part`.
   size_t countContaining(const std::string& part) const {
-    const auto captured = all();
-    return std::count_if(captured.begin(), captured.end(),
+    const auto lines = all();
+    return std::count_if(lines.begin(), lines.end(),
                          [&](const CapturedLine& line) { return line.text.find(part) != std::string::npos; });
   }
 
@@ -68,18 +66,18 @@ class LogRecorder {
     va_start(args, format);
     vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    std::lock_guard<std::mutex> lock(mutex());
-    lines().push_back({priority, text});
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    shared().lines.push_back({priority, text});
   }
 
  private:
-  static std::mutex& mutex() {
-    static std::mutex m;
-    return m;
-  }
-  static std::vector<CapturedLine>& lines() {
-    static std::vector<CapturedLine> captured;
-    return captured;
+  struct Shared {
+    std::mutex mutex;
+    std::vector<CapturedLine> lines;
+  };
+  static Shared& shared() {
+    static Shared instance;
+    return instance;
   }
   SetLogFunc setLogFunc_;
 };

@@ -8,88 +8,61 @@
 #include <functional>
 
 #include "src/data/data_serializer.h"
+#include "src/data/type_system.h"
 #include "tools/plugin_library.h"
 
 namespace vtr {
 namespace host {
 namespace {
 
-struct Sample {
-  double value;
-  std::uint16_t state;
-};
-
-// A type system holding one schema with one two-field type, and a serializer over a buffer.
+// A type system holding one schema with one type of a double and a uint16_t (10 bytes), and a
+// serializer over a buffer.
 class SerializedEvents : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_NE(typeSystem_, nullptr);
-    vtr_schema_t* schema = vtr_type_system_add_schema(typeSystem_, "demo", VTR_MAKE_VERSION(1, 0, 0), &schemaIndex_);
-    ASSERT_NE(schema, nullptr);
-    vtr_type_field_info_t fields[] = {
-        {const_cast<char*>("value"), const_cast<char*>("a reading"), const_cast<char*>("double"), 0, 1},
-        {const_cast<char*>("state"), const_cast<char*>("a states word"), const_cast<char*>("uint16_t"), 0, 1},
-    };
+    vtr_schema_t* schema = vtr_type_system_add_schema(typeSystem_.get(), "demo", 1, &schemaIndex_);
+    char value[] = "value", state[] = "state", doubleType[] = "double", wordType[] = "uint16_t";
+    vtr_type_field_info_t fields[] = {{value, value, doubleType, 0, 1}, {state, state, wordType, 0, 1}};
     ASSERT_EQ(vtr_schema_add_type(schema, "demo_event", fields, 2, &typeIndex_), 0);
-    eventSize_ = schema->types[typeIndex_]->size;
-    serializer_ = {typeSystem_, buffer_, sizeof(buffer_), 0};
-  }
-  void TearDown() override { vtr_destroy_type_system(typeSystem_); }
-
-  // Events laid out as the type system says, written as one block.
-  void write(const std::vector<Sample>& samples, std::uint64_t timestampUs) {
-    std::vector<std::uint8_t> events(samples.size() * eventSize_);
-    const vtr_type_definition_t* type = typeSystem_->schemas[schemaIndex_]->types[typeIndex_];
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-      std::memcpy(&events[i * eventSize_ + type->fields[0]->offset], &samples[i].value, sizeof(double));
-      std::memcpy(&events[i * eventSize_ + type->fields[1]->offset], &samples[i].state, sizeof(std::uint16_t));
-    }
-    ASSERT_EQ(vtr_data_serializer_write_events_ts(&serializer_, schemaIndex_, typeIndex_, events.data(),
-                                                  static_cast<std::uint8_t>(samples.size()), timestampUs),
-              static_cast<int>(samples.size()));
   }
 
-  Sample read(const EventBlock& block, std::size_t i) const {
-    Sample sample{};
-    std::memcpy(&sample.value, block.event(i) + block.type->fields[0]->offset, sizeof(double));
-    std::memcpy(&sample.state, block.event(i) + block.type->fields[1]->offset, sizeof(std::uint16_t));
-    return sample;
+  // `count` events, event i filled with the byte `first + i`, written as one block.
+  void write(std::uint8_t count, std::uint8_t first, std::uint64_t timestampUs) {
+    std::vector<std::uint8_t> events;
+    for (std::uint8_t i = 0; i < count; ++i) events.insert(events.end(), 10, static_cast<std::uint8_t>(first + i));
+    ASSERT_EQ(vtr_data_serializer_write_events_ts(&serializer_, schemaIndex_, typeIndex_, events.data(), count, timestampUs),
+              count);
   }
 
-  vtr_type_system_t* typeSystem_ = vtr_create_type_system();
+  std::unique_ptr<vtr_type_system_t, decltype(&vtr_destroy_type_system)> typeSystem_{vtr_create_type_system(),
+                                                                                      vtr_destroy_type_system};
   std::uint8_t schemaIndex_ = 0;
   std::uint8_t typeIndex_ = 0;
-  std::uint64_t eventSize_ = 0;
   std::uint8_t buffer_[1024] = {};
-  vtr_data_serializer_t serializer_{};
+  vtr_data_serializer_t serializer_{typeSystem_.get(), buffer_, sizeof(buffer_), 0};
 };
 
 TEST_F(SerializedEvents, EveryBlockAndEventComesBackWithItsHeader) {
-  write({{45.5, 0x0100}, {47, 0x0300}, {-1, 0}}, 1700000000000001);
-  write({{12.06, 7}}, 1700000000000002);
-
-  std::vector<EventBlock> blocks = decodeEventBlocks(buffer_, serializer_.used, *typeSystem_);
+  write(3, 0x10, 1700000000000001);
+  write(1, 0x20, 1700000000000002);
+  const std::vector<EventBlock> blocks = decodeEventBlocks(buffer_, serializer_.used, *typeSystem_);
   ASSERT_EQ(blocks.size(), 2u);
   EXPECT_EQ(blocks[0].timestampUs, 1700000000000001u);
   EXPECT_EQ(blocks[1].timestampUs, 1700000000000002u);
   EXPECT_STREQ(blocks[0].schema->name, "demo");
-  EXPECT_STREQ(blocks[0].type->name, "demo_event");
+  EXPECT_STREQ(blocks[1].type->name, "demo_event");
   ASSERT_EQ(blocks[0].count, 3);
   ASSERT_EQ(blocks[1].count, 1);
-  EXPECT_EQ(read(blocks[0], 1).value, 47);
-  EXPECT_EQ(read(blocks[0], 1).state, 0x0300);
-  EXPECT_EQ(read(blocks[0], 2).value, -1);
-  EXPECT_EQ(read(blocks[1], 0).value, 12.06);
-  EXPECT_EQ(read(blocks[1], 0).state, 7);
+  EXPECT_EQ(std::vector<std::uint8_t>(blocks[0].event(2), blocks[0].event(2) + 10), std::vector<std::uint8_t>(10, 0x12));
+  EXPECT_EQ(std::vector<std::uint8_t>(blocks[1].event(0), blocks[1].event(0) + 10), std::vector<std::uint8_t>(10, 0x20));
 }
 
 TEST_F(SerializedEvents, DamagedBuffersAreRefused) {
-  write({{1, 1}, {2, 2}}, 1);
-  const std::size_t written = serializer_.used;
+  write(2, 1, 1);
   const struct {
     const char* damage;
     std::function<void(std::uint8_t*, std::size_t&)> apply;
-  } cases[] = {
+  } rows[] = {
       {"counters magic", [](std::uint8_t* b, std::size_t&) { b[3] = 'D'; }},
       {"lower-case magic", [](std::uint8_t* b, std::size_t&) { b[0] = 'v'; }},
       {"unknown schema", [](std::uint8_t* b, std::size_t&) { b[12] = 9; }},
@@ -99,10 +72,10 @@ TEST_F(SerializedEvents, DamagedBuffersAreRefused) {
       {"header cut short", [](std::uint8_t*, std::size_t& used) { used = 10; }},
       {"more events than written", [](std::uint8_t* b, std::size_t&) { b[15] = 3; }},
   };
-  for (const auto& row : cases) {
+  for (const auto& row : rows) {
     std::uint8_t copy[sizeof(buffer_)];
-    std::memcpy(copy, buffer_, written);
-    std::size_t used = written;
+    std::memcpy(copy, buffer_, serializer_.used);
+    std::size_t used = serializer_.used;
     row.apply(copy, used);
     EXPECT_THROW(decodeEventBlocks(copy, used, *typeSystem_), HostError) << row.damage;
   }

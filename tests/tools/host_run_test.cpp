@@ -1,0 +1,182 @@
+// vtr-host as a user runs it: one JSON line per sample with the host's own keys, the sample and
+// time limits, the schema file, /metrics as a Prometheus server reads it, no number for a
+// missing reading, valid JSON whatever bytes a name holds, one host per port, and requests
+// refused at once. What the lines hold field by field is checked once, by the golden fixtures.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <regex>
+
+#include "host_process.h"
+#include "json/parson.h"
+#include "support/fake_ipmitool.h"
+
+namespace vtr {
+namespace test {
+namespace {
+
+std::vector<std::string> withArgs(std::vector<std::string> args, const std::vector<std::string>& more) {
+  args.insert(args.end(), more.begin(), more.end());
+  return args;
+}
+
+TEST(HostRun, SamplesLimitEndsTheRunAfterThatManyLinesAndWritesTheSchema) {
+  FakeIpmitool tool;
+  const std::string dir = makeTempDirectory("vtr-host-schema");
+  HostProcess host(withArgs(kDiscreteEverySecond, {"--samples", "2", "--schema-out", dir + "/schema.json"}));
+  ASSERT_EQ(host.wait(), 0) << host.errorOutput();
+  const std::string schema = readFile(dir + "/schema.json");
+  removeDirectory(dir);
+  ASSERT_EQ(host.remainingLines().size(), 2u);
+  for (const std::string& line : host.remainingLines()) {
+    EXPECT_EQ(line.rfind("{\"timestamp\":17", 0), 0u) << line;  // microseconds, this decade
+    EXPECT_NE(line.find("\"ps2_status\":768,\"source\":\""), std::string::npos) << line;
+    EXPECT_NE(line.find("\"schema\":\"ipmitool\",\"type\":\"ipmitool_event\"}"), std::string::npos) << line;
+  }
+  for (const char* part : {"\"provider_name\": \"ipmitool\"", "\"name\": \"ipmitool_event\"", "\"field_name\": \"ps2_status\""})
+    EXPECT_NE(schema.find(part), std::string::npos) << part << " in " << schema;
+}
+
+TEST(HostRun, DurationEndsTheRunSuccessfully) {
+  FakeIpmitool tool;
+  HostProcess host(withArgs(kDiscreteEverySecond, {"--duration", "1.5"}));
+  ASSERT_EQ(host.wait(), 0) << host.errorOutput();
+  for (const std::string& line : host.remainingLines()) EXPECT_NE(line.find("\"cpu1_temp\":45,"), std::string::npos);
+}
+
+struct ExpositionPage {
+  std::map<std::string, std::string> help;  // family -> HELP text as written
+  std::map<std::string, std::string> type;  // family -> TYPE
+  std::map<std::string, double> samples;    // name{labels} -> value
+  std::vector<std::string> malformedLines;
+};
+
+ExpositionPage readExposition(const std::string& body) {
+  static const std::regex comment(R"(^# (HELP|TYPE) ([a-zA-Z_:][a-zA-Z0-9_:]*) (.*)$)");
+  static const std::regex sample(R"(^([a-zA-Z_:][a-zA-Z0-9_:]*(\{([a-zA-Z_][a-zA-Z0-9_]*="([^"\\]|\\.)*")?\})?) (\S+)$)");
+  ExpositionPage page;
+  std::istringstream lines(body);
+  for (std::string line; std::getline(lines, line);) {
+    std::smatch match;
+    if (std::regex_match(line, match, comment))
+      (match[1] == "HELP" ? page.help : page.type)[match[2]] = match[3];
+    else if (std::regex_match(line, match, sample))
+      page.samples[match[1]] = std::stod(match[5]);
+    else
+      page.malformedLines.push_back(line);
+  }
+  return page;
+}
+
+// A host serving /metrics on a port of its own; SIGTERM must end it with exit code 0.
+class RunningHost : public ::testing::Test {
+ protected:
+  void start() {
+    host = std::make_unique<HostProcess>(withArgs(kDiscreteEverySecond, {"--listen", std::to_string(port)}));
+    firstLine = host->readLine();
+    ASSERT_TRUE(firstLine) << host->errorOutput();
+  }
+  void TearDown() override {
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->wait(), 0) << host->errorOutput();
+  }
+  // The status line of the answer to `request`; empty when none came.
+  std::string statusLineFor(const std::string& request) const {
+    const auto response = httpExchange(port, request);
+    return response ? response->head.substr(0, response->head.find('\r')) : "";
+  }
+
+  FakeIpmitool tool;
+  int port = pickFreeLoopbackPort();
+  std::unique_ptr<HostProcess> host;
+  std::optional<std::string> firstLine;
+};
+
+// Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping, and '.'
+// in a field name becomes '_' in its metric name.
+TEST_F(RunningHost, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
+  setenv("VTR_SOURCE_ID", R"(rack "7"\a)", 1);
+  start();
+  const std::string label = R"({source="rack \"7\"\\a"})";
+  const std::optional<HttpResponse> response = httpGet(port, "/metrics");
+  ASSERT_TRUE(response);
+  EXPECT_NE(response->head.find(" 200 "), std::string::npos) << response->head;
+  EXPECT_NE(response->head.find("Content-Type: text/plain; version=0.0.4"), std::string::npos) << response->head;
+  ExpositionPage page = readExposition(response->body);
+  EXPECT_TRUE(page.malformedLines.empty()) << page.malformedLines.front();
+  for (const auto& [family, value] : {std::pair<std::string, double>{"ipmitool_cpu1_temp", 45}, {"ipmitool_3_3v", 3.3},
+                                      {"ipmitool_ps2_status", 0x0300}}) {
+    EXPECT_EQ(page.type[family], "gauge") << family;
+    ASSERT_EQ(page.samples.count(family + label), 1u) << family << "\n" << response->body;
+    EXPECT_DOUBLE_EQ(page.samples[family + label], value) << family;
+  }
+  EXPECT_EQ(page.help["ipmitool_cpu1_temp"], "CPU1 Temp (0x1) 3.1 Temperature");
+  EXPECT_EQ(page.help.count("ipmitool_timestamp"), 0u) << "the event time is not a measurement";
+  EXPECT_EQ(page.type["vtr_host_events_total"], "counter");
+  EXPECT_GE(page.samples["vtr_host_events_total"], 1);
+  EXPECT_GT(page.samples["vtr_host_last_event_timestamp_seconds"], 1.6e9);
+  EXPECT_EQ(page.samples["vtr_host_up"], 1);
+}
+
+TEST_F(RunningHost, FieldWithoutAReadingIsNullInTheLineAndAbsentFromMetrics) {
+  std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
+  listing.replace(listing.find("CPU1 Temp"), 9, "CPU\xff Temp");  // not UTF-8
+  const std::string compact = readFile(fixturePath("small-server", "compact.txt"));
+  tool.replayText(listing, compact);
+  start();
+  listing.replace(listing.find("47 (+/- 0) degrees C"), 20, "na");
+  tool.replayText(listing, compact);
+  std::optional<std::string> line;
+  do {
+    line = host->readLine();
+    ASSERT_TRUE(line) << host->errorOutput();
+  } while (line->find("\"cpu2_temp\":null") == std::string::npos);
+
+  std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> event(json_parse_string(line->c_str()), json_value_free);
+  ASSERT_TRUE(event) << "not valid JSON: " << *line;
+  EXPECT_TRUE(json_object_has_value_of_type(json_object(event.get()), "cpu\xEF\xBF\xBD_temp", JSONNumber)) << *line;
+  const std::optional<HttpResponse> page = httpGet(port, "/metrics");
+  ASSERT_TRUE(page);
+  EXPECT_EQ(page->body.find("ipmitool_cpu2_temp"), std::string::npos) << page->body;
+  EXPECT_NE(page->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << page->body;
+  EXPECT_NE(page->body.find("CPU\xEF\xBF\xBD Temp"), std::string::npos) << "HELP text in UTF-8";
+}
+
+// A second host on the port is refused; only a short GET or HEAD is served, and idle
+// connections do not starve a scrape.
+TEST_F(RunningHost, GuardsItsPort) {
+  start();
+  HostProcess second({"--listen", std::to_string(port)});
+  EXPECT_EQ(second.wait(), 1);
+  EXPECT_EQ(second.errorLines().size(), 1u) << second.errorOutput();
+
+  const struct {
+    std::string request;
+    const char* status;
+  } rows[] = {
+      {"HEAD /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 200 OK"},
+      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
+      {"DELETE /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
+      {"GET /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 413 Payload Too Large"},
+      {"GET /" + std::string(1 << 20, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", "HTTP/1.1 414 URI Too Long"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(statusLineFor(row.request), row.status) << row.request.substr(0, 20);
+
+  std::vector<int> idle;
+  for (int i = 0; i < 200; ++i) idle.push_back(connectLoopback(port));
+  const auto started = std::chrono::steady_clock::now();
+  const std::optional<HttpResponse> page = httpGet(port, "/metrics");
+  // Generous for a loaded machine; starved, the scrape waits minutes or times out.
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+  ASSERT_TRUE(page);
+  EXPECT_NE(page->head.find(" 200 "), std::string::npos);
+  for (int fd : idle) close(fd);
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace vtr
