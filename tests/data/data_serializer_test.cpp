@@ -43,7 +43,8 @@ TEST_F(SerializerTest, FullBufferTakesWholeEventsOnlyThenNothing) {
   EXPECT_EQ(buffer[96], 0xEE);
 }
 
-TEST_F(SerializerTest, RoomForTheHeaderAloneWritesNothing) {
+// Room for a block header alone takes no event, and raw reservations stop at capacity.
+TEST_F(SerializerTest, ReservationsStopAtCapacity) {
   vtr::test::LogRecorder log;
   build(116, {8});
   serializer.used = 100;
@@ -55,6 +56,9 @@ TEST_F(SerializerTest, RoomForTheHeaderAloneWritesNothing) {
   EXPECT_EQ(serializer.used, 100u);
   EXPECT_TRUE(log.contains(
       "[Data Serializer][vtr_data_serializer_get_events_buffer] Cannot get data buffer. free_space = 0 < data_size = 8"));
+  EXPECT_EQ(vtr_data_serializer_reserve_buffer(&serializer, 16), buffer.data() + 100);
+  EXPECT_EQ(vtr_data_serializer_reserve_buffer(&serializer, 1), nullptr);
+  EXPECT_EQ(serializer.used, 116u);
 }
 
 TEST_F(SerializerTest, BlockHeaderIsPackedLittleEndian) {
@@ -78,14 +82,6 @@ TEST_F(SerializerTest, EventsBufferIsReservedBehindItsHeader) {
   EXPECT_EQ(serializer.used, 28u);
   EXPECT_EQ(0, memcmp(buffer.data(), "VTRE", 4));
   EXPECT_EQ(buffer[15], 3);
-}
-
-TEST_F(SerializerTest, RawReservationsStopAtCapacity) {
-  build(10, {1});
-  serializer.used = 4;
-  EXPECT_EQ(vtr_data_serializer_reserve_buffer(&serializer, 6), buffer.data() + 4);
-  EXPECT_EQ(vtr_data_serializer_reserve_buffer(&serializer, 1), nullptr);
-  EXPECT_EQ(serializer.used, 10u);
 }
 
 TEST_F(SerializerTest, ZeroSizedTypeIsReportedOncePerCallSite) {
