@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include "src/data/schema_json.h"
@@ -133,42 +132,36 @@ TEST_F(SchemaJsonTest, DocumentVersionsDecideWhetherTheyAreRead) {
   }
 }
 
+// Type-system documents, and (with "schema:" before them) schema documents.
 TEST_F(SchemaJsonTest, BadDocumentsAreRefusedWithTheirMessageAndNothingPartial) {
   std::string manySchemas = "{}";
   for (int i = 1; i < 256; ++i) manySchemas += ",{}";
-  std::string unknownFieldType = demoText();
+  std::string unknownFieldType = demoText(), brokenType = demoText();
   unknownFieldType.replace(unknownFieldType.find("\"uint16_t\""), 10, "\"mystery\"");
-  JsonPtr brokenType = parse(demoText());
-  json_object_set_string(json_array_get_object(json_object_get_array(json_value_get_object(brokenType.get()), "types"), 1),
-                         "size", "24");
-  const struct {
-    std::function<bool()> read;  // true when a document was read
-    std::vector<std::string> messages;
-  } rows[] = {
-      {[] { return vtr_type_system_deserialize(R"({"version":"1.5.0",)"); }, {"Failed parsing schema JSON string"}},
-      {[] { return vtr_type_system_deserialize("[1]"); }, {"[ts] Failed to deserialize: schema is not a JSON object"}},
-      {[] { return vtr_type_system_deserialize(R"({"version":1.5,"schemas":[]})"); },
-       {"[ts] Failed to deserialize: missing Vantrove schema version"}},
-      {[] { return vtr_type_system_deserialize(R"({"version":"1.5.0"})"); },
-       {"[schema writer] schema was not recognized as either type system or counters schema"}},
-      {[] { return vtr_type_system_deserialize(R"({"version":"1.5.0","counters_schema":[]})"); },
-       {"[ts] Failed to deserialize: unable to decode counters schema"}},
-      {[] { return vtr_type_system_deserialize(inTypeSystem(R"({"vtr_version":"1.5.0","provider_name":"x","provider_version":"1.0.0","types":{}})").c_str()); },
+  brokenType.replace(brokenType.find("\"size\": 24"), 10, "\"size\": \"24\"");
+  const std::pair<std::string, std::vector<std::string>> rows[] = {
+      {R"({"version":"1.5.0",)", {"Failed parsing schema JSON string"}},
+      {"[1]", {"[ts] Failed to deserialize: schema is not a JSON object"}},
+      {R"({"version":1.5,"schemas":[]})", {"[ts] Failed to deserialize: missing Vantrove schema version"}},
+      {R"({"version":"1.5.0"})", {"[schema writer] schema was not recognized as either type system or counters schema"}},
+      {R"({"version":"1.5.0","counters_schema":[]})", {"[ts] Failed to deserialize: unable to decode counters schema"}},
+      {inTypeSystem(R"({"vtr_version":"1.5.0","provider_name":"x","provider_version":"1.0.0","types":{}})"),
        {"[ts] Failed to deserialize: unable to decode type schema"}},
-      {[&] { return vtr_type_system_deserialize(inTypeSystem(manySchemas).c_str()); },
-       {"[ts] Failed to deserialize: number of schemas 256 exceeds limit 255"}},
-      {[&] { return vtr_type_system_deserialize(inTypeSystem(unknownFieldType).c_str()); },
-       {"[ts] Failed to deserialize: unable to adjust type fields of schema demo",
-        "Definition of type mystery not found within the schema demo"}},
-      {[&] { return vtr_schema_from_json(brokenType.get()); },
-       {"Type definition JSON does not match schema '{\"name\" : \"\", \"size\" : 0, \"fields\" : []}'",
-        "Failed to deserialize type #1 from JSON array"}},
-      {[] { return vtr_schema_from_json(parse(R"({"counter_groups":[]})").get()); }, {"Not an event schema"}},
+      {inTypeSystem(manySchemas), {"[ts] Failed to deserialize: number of schemas 256 exceeds limit 255"}},
+      {inTypeSystem(unknownFieldType), {"[ts] Failed to deserialize: unable to adjust type fields of schema demo",
+                                        "Definition of type mystery not found within the schema demo"}},
+      {"schema:" + brokenType, {"Type definition JSON does not match schema '{\"name\" : \"\", \"size\" : 0, \"fields\" : []}'",
+                                "Failed to deserialize type #1 from JSON array"}},
+      {R"(schema:{"counter_groups":[]})", {"Not an event schema"}},
   };
-  for (const auto& row : rows) {
+  for (const auto& [text, messages] : rows) {
     log.clear();
-    EXPECT_FALSE(row.read()) << row.messages[0];
-    for (const std::string& message : row.messages) EXPECT_TRUE(log.contains(message)) << message;
+    if (text.rfind("schema:", 0) == 0) {
+      EXPECT_EQ(SchemaPtr(vtr_schema_from_json(parse(text.substr(7)).get())), nullptr) << messages[0];
+    } else {
+      EXPECT_EQ(TypeSystemPtr(vtr_type_system_deserialize(text.c_str())), nullptr) << messages[0];
+    }
+    for (const std::string& message : messages) EXPECT_TRUE(log.contains(message)) << message;
   }
   EXPECT_EQ(log.all().back().priority, VTR_LOG_INFO) << "another kind of document is no error";
 }

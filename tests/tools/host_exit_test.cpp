@@ -37,20 +37,14 @@ TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
   const BadInput& row = GetParam();
   BusyPort busy;
   std::vector<std::string> args;
-  for (const std::string& arg : row.args) {
-    if (arg == "{busy-port}") {
-      args.push_back(std::to_string(busy.port()));
-    } else if (arg == "{not-a-provider}") {
-      args.push_back(libraryWithoutEntryPoint());
-    } else {
-      args.push_back(arg);
-    }
-  }
+  for (const std::string& arg : row.args)
+    args.push_back(arg == "{busy-port}" ? std::to_string(busy.port())
+                   : arg == "{not-a-provider}" ? libraryWithoutEntryPoint() : arg);
   HostProcess host(args);
-  int exitCode = host.wait();
+  const int exitCode = host.wait();
   EXPECT_GT(exitCode, 0);
   EXPECT_LT(exitCode, 128) << "ended by a signal";
-  std::vector<std::string> lines = host.errorLines();
+  const std::vector<std::string> lines = host.errorLines();
   ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
   EXPECT_NE(lines[0].find(row.reported), std::string::npos) << lines[0];
   EXPECT_TRUE(host.remainingLines().empty());
@@ -72,12 +66,10 @@ TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
   tool.setExitCode(1);
   HostProcess host(kDiscreteEverySecond);
   EXPECT_EQ(host.wait(), 1);
-  std::vector<std::string> lines = host.errorLines();
+  const std::vector<std::string> lines = host.errorLines();
   ASSERT_GE(lines.size(), 2u) << host.errorOutput();
   EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
-  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."),
-            std::string::npos)
-      << host.errorOutput();
+  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."), std::string::npos);
 }
 
 // The tool hangs with no time limit while the provider initialises: the stop still ends it.
@@ -93,21 +85,16 @@ TEST(HostStopsDuringInitialize, OnSignalWithExitCodeZero) {
   EXPECT_TRUE(host.remainingLines().empty());
 }
 
-class HostStopsOnSignal : public ::testing::TestWithParam<int> {};
-
-TEST_P(HostStopsOnSignal, WithExitCodeZeroAfterStoppingTheProvider) {
+TEST(HostStopsOnSignal, InterruptOrTerminateEndTheRunWithExitCodeZero) {
   FakeIpmitool tool;
-  HostProcess host(kDiscreteEverySecond);
-  ASSERT_TRUE(host.readLine()) << host.errorOutput();
-  host.signal(GetParam());
-  EXPECT_EQ(host.wait(), 0) << host.errorOutput();
-  EXPECT_EQ(host.errorOutput(), "");
+  for (int signal : {SIGINT, SIGTERM}) {
+    HostProcess host(kDiscreteEverySecond);
+    ASSERT_TRUE(host.readLine()) << host.errorOutput();
+    host.signal(signal);
+    EXPECT_EQ(host.wait(), 0) << host.errorOutput();
+    EXPECT_EQ(host.errorOutput(), "") << "signal " << signal;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Signals, HostStopsOnSignal, ::testing::Values(SIGINT, SIGTERM),
-                         [](const ::testing::TestParamInfo<int>& info) {
-                           return std::string(info.param == SIGINT ? "Interrupt" : "Terminate");
-                         });
 
 }  // namespace
 }  // namespace test

@@ -1,7 +1,7 @@
 #ifndef VTR_TEST_TOOLS_HOST_PROCESS_H
 #define VTR_TEST_TOOLS_HOST_PROCESS_H
 
-// vtr-host run as a child process, and a plain HTTP GET, for the tools tests.
+// vtr-host run as a child process, and plain HTTP exchanges, for the tools tests.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -11,12 +11,12 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/fake_ipmitool.h"
 #include "support/test_env.h"
 
 namespace vtr {
@@ -69,10 +69,7 @@ class HostProcess {
   }
   // Lines wait() read after the last readLine().
   const std::vector<std::string>& remainingLines() const { return rest_; }
-  std::string errorOutput() const {
-    std::ifstream in(errorFile_);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  }
+  std::string errorOutput() const { return readFile(errorFile_); }
   std::vector<std::string> errorLines() const {
     std::vector<std::string> lines;
     std::istringstream in(errorOutput());
