@@ -15,7 +15,7 @@
 #include <memory>
 
 #include "json/parson.h"
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 #include "support/hosted_provider.h"
 #include "support/log_capture.h"
 #include "support/sim_server.h"

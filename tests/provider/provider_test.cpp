@@ -9,10 +9,9 @@
 #include "runtime/clock.h"
 #include "runtime/dict.h"
 #include "runtime/logger.h"
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 #include "support/hosted_provider.h"
 #include "support/log_capture.h"
-#include "support/test_env.h"
 
 namespace vtr {
 namespace test {

@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "support/fake_ipmitool.h"
 #include "support/test_env.h"
 
 namespace vtr {

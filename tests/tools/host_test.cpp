@@ -1,23 +1,109 @@
-// vtr-host as a user runs it: one JSON line per sample with the host's own keys, the sample and
-// time limits, the schema file, /metrics as a Prometheus server reads it, no number for a
-// missing reading, valid JSON whatever bytes a name holds, one host per port, and requests
-// refused at once. What the lines hold field by field is checked once, by the golden fixtures.
-
+// vtr-host as a user runs it: how a run ends (bad input gives one line on stderr and a
+// failing exit code with nothing left running; SIGINT and SIGTERM end a run cleanly with exit
+// code 0), one JSON line per sample with the host's own keys, the sample and time limits, the
+// schema file, /metrics as a Prometheus server reads it, no number for a missing reading, valid
+// JSON whatever bytes a name holds, one host per port, and requests refused at once. What the
+// lines hold field by field is checked once, by the golden fixtures.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <chrono>
+#include <csignal>
+#include <exception>
 #include <map>
 #include <memory>
 #include <regex>
+#include <thread>
 
 #include "host_process.h"
 #include "json/parson.h"
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 
 namespace vtr {
 namespace test {
 namespace {
+
+// A real shared library that is not a provider: the C++ runtime this test runs on.
+std::string libraryWithoutEntryPoint() {
+  Dl_info info{};
+  dladdr(reinterpret_cast<void*>(&std::terminate), &info);
+  return info.dli_fname ? info.dli_fname : "";
+}
+
+struct BadInput {
+  const char* name;
+  std::vector<std::string> args;  // "{busy-port}" and "{not-a-provider}" are filled in per run
+  const char* reported;           // part of the one stderr line
+};
+
+// Names the row in test listings instead of dumping its bytes.
+void PrintTo(const BadInput& row, std::ostream* out) { *out << row.name; }
+
+class HostRefusesBadInput : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(HostRefusesBadInput, WithOneLineAndAFailingExitCode) {
+  const BadInput& row = GetParam();
+  BusyPort busy;
+  std::vector<std::string> args;
+  for (const std::string& arg : row.args)
+    args.push_back(arg == "{busy-port}" ? std::to_string(busy.port())
+                   : arg == "{not-a-provider}" ? libraryWithoutEntryPoint() : arg);
+  HostProcess host(args);
+  const int exitCode = host.wait();
+  EXPECT_GT(exitCode, 0);
+  EXPECT_LT(exitCode, 128) << "ended by a signal";
+  const std::vector<std::string> lines = host.errorLines();
+  ASSERT_EQ(lines.size(), 1u) << host.errorOutput();
+  EXPECT_NE(lines[0].find(row.reported), std::string::npos) << lines[0];
+  EXPECT_TRUE(host.remainingLines().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, HostRefusesBadInput,
+    ::testing::Values(BadInput{"UnknownFlag", {"--bogus"}, "--bogus"},
+                      BadInput{"MissingPlugin", {"--plugin", "/nonexistent/libprovider.so"}, "plug-in not found"},
+                      BadInput{"PluginWithoutEntryPoint", {"--plugin", "{not-a-provider}"}, "construct_event_provider"},
+                      BadInput{"OptionWithoutValue", {"--option", "ipmitool-use-sudo"}, "KEY=VALUE"},
+                      BadInput{"ListenPortInUse", {"--listen", "{busy-port}"}, "cannot listen"},
+                      BadInput{"ListenAddressNotAPort", {"--listen", "localhost:http"}, "--listen"}),
+    [](const ::testing::TestParamInfo<BadInput>& info) { return info.param.name; });
+
+// The library's own error lines come first by default, so the failure names its cause.
+TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
+  FakeIpmitool tool;
+  tool.setExitCode(1);
+  HostProcess host(kDiscreteEverySecond);
+  EXPECT_EQ(host.wait(), 1);
+  const std::vector<std::string> lines = host.errorLines();
+  ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+  EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
+  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."), std::string::npos);
+}
+
+// The tool hangs with no time limit while the provider initialises: the stop still ends it.
+TEST(HostStopsDuringInitialize, OnSignalWithExitCodeZero) {
+  FakeIpmitool tool;
+  tool.injectFault("sleep 3600");
+  HostProcess host({"--option", "ipmitool-command-timeout=0"});
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (tool.recordedCalls().empty() && std::chrono::steady_clock::now() < limit)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.wait(), 0) << host.errorOutput();
+  EXPECT_TRUE(host.remainingLines().empty());
+}
+
+TEST(HostStopsOnSignal, InterruptOrTerminateEndTheRunWithExitCodeZero) {
+  FakeIpmitool tool;
+  for (int signal : {SIGINT, SIGTERM}) {
+    HostProcess host(kDiscreteEverySecond);
+    ASSERT_TRUE(host.readLine()) << host.errorOutput();
+    host.signal(signal);
+    EXPECT_EQ(host.wait(), 0) << host.errorOutput();
+    EXPECT_EQ(host.errorOutput(), "") << "signal " << signal;
+  }
+}
 
 std::vector<std::string> withArgs(std::vector<std::string> args, const std::vector<std::string>& more) {
   args.insert(args.end(), more.begin(), more.end());
@@ -96,38 +182,37 @@ class RunningHost : public ::testing::Test {
   std::optional<std::string> firstLine;
 };
 
-// Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping, and '.'
-// in a field name becomes '_' in its metric name.
-TEST_F(RunningHost, ScrapeShowsTheLatestEventAsGaugesAndTheHostsOwnCounters) {
+// Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping, '.' in
+// a field name becomes '_' in its metric name, and a sensor name that is not UTF-8 gets U+FFFD
+// in the line and in HELP. A field without a reading is null in the line and absent from the page.
+TEST_F(RunningHost, ScrapeShowsTheLatestReadingsAsGaugesAndTheHostsOwnCounters) {
   setenv("VTR_SOURCE_ID", R"(rack "7"\a)", 1);
+  std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
+  listing.replace(listing.find("CPU1 Temp"), 9, "CPU\xff Temp");
+  const std::string compact = readFile(fixturePath("small-server", "compact.txt"));
+  tool.replayText(listing, compact);
   start();
   const std::string label = R"({source="rack \"7\"\\a"})";
-  const std::optional<HttpResponse> response = httpGet(port, "/metrics");
+  std::optional<HttpResponse> response = httpGet(port, "/metrics");
   ASSERT_TRUE(response);
   EXPECT_NE(response->head.find(" 200 "), std::string::npos) << response->head;
   EXPECT_NE(response->head.find("Content-Type: text/plain; version=0.0.4"), std::string::npos) << response->head;
   ExpositionPage page = readExposition(response->body);
   EXPECT_TRUE(page.malformedLines.empty()) << page.malformedLines.front();
-  for (const auto& [family, value] : {std::pair<std::string, double>{"ipmitool_cpu1_temp", 45}, {"ipmitool_3_3v", 3.3},
+  for (const auto& [family, value] : {std::pair<std::string, double>{"ipmitool_inlet_temp", 23}, {"ipmitool_3_3v", 3.3},
                                       {"ipmitool_ps2_status", 0x0300}}) {
     EXPECT_EQ(page.type[family], "gauge") << family;
     ASSERT_EQ(page.samples.count(family + label), 1u) << family << "\n" << response->body;
     EXPECT_DOUBLE_EQ(page.samples[family + label], value) << family;
   }
-  EXPECT_EQ(page.help["ipmitool_cpu1_temp"], "CPU1 Temp (0x1) 3.1 Temperature");
+  EXPECT_EQ(page.help["ipmitool_inlet_temp"], "Inlet Temp (0x3) 55.1 Temperature");
+  EXPECT_NE(response->body.find("CPU\xEF\xBF\xBD Temp"), std::string::npos) << "HELP text in UTF-8";
   EXPECT_EQ(page.help.count("ipmitool_timestamp"), 0u) << "the event time is not a measurement";
   EXPECT_EQ(page.type["vtr_host_events_total"], "counter");
   EXPECT_GE(page.samples["vtr_host_events_total"], 1);
   EXPECT_GT(page.samples["vtr_host_last_event_timestamp_seconds"], 1.6e9);
   EXPECT_EQ(page.samples["vtr_host_up"], 1);
-}
 
-TEST_F(RunningHost, FieldWithoutAReadingIsNullInTheLineAndAbsentFromMetrics) {
-  std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
-  listing.replace(listing.find("CPU1 Temp"), 9, "CPU\xff Temp");  // not UTF-8
-  const std::string compact = readFile(fixturePath("small-server", "compact.txt"));
-  tool.replayText(listing, compact);
-  start();
   listing.replace(listing.find("47 (+/- 0) degrees C"), 20, "na");
   tool.replayText(listing, compact);
   std::optional<std::string> line;
@@ -135,15 +220,13 @@ TEST_F(RunningHost, FieldWithoutAReadingIsNullInTheLineAndAbsentFromMetrics) {
     line = host->readLine();
     ASSERT_TRUE(line) << host->errorOutput();
   } while (line->find("\"cpu2_temp\":null") == std::string::npos);
-
   std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> event(json_parse_string(line->c_str()), json_value_free);
   ASSERT_TRUE(event) << "not valid JSON: " << *line;
   EXPECT_TRUE(json_object_has_value_of_type(json_object(event.get()), "cpu\xEF\xBF\xBD_temp", JSONNumber)) << *line;
-  const std::optional<HttpResponse> page = httpGet(port, "/metrics");
-  ASSERT_TRUE(page);
-  EXPECT_EQ(page->body.find("ipmitool_cpu2_temp"), std::string::npos) << page->body;
-  EXPECT_NE(page->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << page->body;
-  EXPECT_NE(page->body.find("CPU\xEF\xBF\xBD Temp"), std::string::npos) << "HELP text in UTF-8";
+  response = httpGet(port, "/metrics");
+  ASSERT_TRUE(response);
+  EXPECT_EQ(response->body.find("ipmitool_cpu2_temp"), std::string::npos) << response->body;
+  EXPECT_NE(response->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << response->body;
 }
 
 // A second host on the port is refused; only a short GET or HEAD is served, and idle
