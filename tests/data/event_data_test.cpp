@@ -182,18 +182,6 @@ TEST_F(SerializerTest, ReservationsStopAtCapacity) {
   EXPECT_EQ(serializer.used, 116u);
 }
 
-TEST_F(SerializerTest, BlockHeaderIsPackedLittleEndian) {
-  build(64, {1, 1, 1, 1, 1, 1, 1, 3});
-  typeSystem.schemas[2] = &schema;
-  const uint8_t events[6] = {1, 2, 3, 4, 5, 6};
-  ASSERT_EQ(vtr_data_serializer_write_events_ts(&serializer, 2, 7, events, 2, 0x0102030405060708ull), 2);
-  const uint8_t expected[] = {'V', 'T', 'R', 'E', 0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01,
-                              2,   7,   0,   2,   1,    2,    3,    4,    5,    6};
-  EXPECT_EQ(std::vector<uint8_t>(buffer.begin(), buffer.begin() + sizeof expected),
-            std::vector<uint8_t>(expected, expected + sizeof expected));
-  EXPECT_EQ(serializer.used, sizeof expected);
-}
-
 TEST_F(SerializerTest, EventsBufferIsReservedBehindItsHeader) {
   build(64, {4});
   size_t dataSize = 0;
