@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <sstream>
 #include <thread>
 
@@ -30,12 +31,14 @@ vtr_event_provider_t* construct(const Options& options) {
   return record;
 }
 
-bool waitForToolRuns(const FakeIpmitool& fake, size_t runs) {
+// Does `action`, then waits until the tool has run `runs` more times than before it.
+void waitForToolRunsAfter(const std::function<void()>& action, const FakeIpmitool& fake, size_t runs) {
+  const size_t target = fake.recordedCalls().size() + runs;
+  action();
   const auto deadline = std::chrono::steady_clock::now() + kWaitLimit;
-  while (fake.recordedCalls().size() < runs)
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    else std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  return true;
+  while (fake.recordedCalls().size() < target && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  ASSERT_GE(fake.recordedCalls().size(), target);
 }
 
 TEST(ProviderLibrary, RecordNamesTheProviderAndOnlyCSymbolsAreExported) {
@@ -161,9 +164,7 @@ TEST(ProviderSampling, EventTimeIsTakenBeforeTheToolRuns) {
 TEST(ProviderSampling, OneEventIsBufferedAndWaitsForRoom) {
   FakeIpmitool fake;
   HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "0"}});
-  const size_t runs = fake.recordedCalls().size();
-  hosted.start();
-  ASSERT_TRUE(waitForToolRuns(fake, runs + 7));
+  ASSERT_NO_FATAL_FAILURE(waitForToolRunsAfter([&] { hosted.start(); }, fake, 7));
   int result = 0;
   EXPECT_TRUE(hosted.progressOnce(16, &result).empty());
   EXPECT_EQ(result, 1) << "the event waits for room";
@@ -177,10 +178,8 @@ TEST(ProviderSampling, FailingToolDropsTheEventIsReportedRateLimitedAndRecovers)
   LogRecorder log(librarySetLogFunc());
   HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "0"}});
   const auto started = std::chrono::steady_clock::now();
-  hosted.start();
-  ASSERT_TRUE(waitForToolRuns(fake, fake.recordedCalls().size() + 2));
-  fake.setExitCode(1);
-  ASSERT_TRUE(waitForToolRuns(fake, fake.recordedCalls().size() + 6));
+  ASSERT_NO_FATAL_FAILURE(waitForToolRunsAfter([&] { hosted.start(); }, fake, 2));
+  ASSERT_NO_FATAL_FAILURE(waitForToolRunsAfter([&] { fake.setExitCode(1); }, fake, 6));
   EXPECT_TRUE(hosted.progressOnce().empty());
   const auto elapsedSec = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - started).count();
   const size_t failures = log.count("[ipmitool] [ipmitool_provider_generate_events] Failed to retrieve ipmitool sensor data.", VTR_LOG_ERR);
@@ -216,9 +215,7 @@ TEST(ProviderLifecycle, ConstructedAgainAfterDestroySamplesAgain) {
 TEST(ProviderLifecycle, StopEndsThePauseBetweenPassesAtOnce) {
   FakeIpmitool fake;
   HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "600"}});
-  const size_t runs = fake.recordedCalls().size();
-  hosted.start();
-  ASSERT_TRUE(waitForToolRuns(fake, runs + 1));
+  ASSERT_NO_FATAL_FAILURE(waitForToolRunsAfter([&] { hosted.start(); }, fake, 1));
   std::this_thread::sleep_for(std::chrono::milliseconds(200));  // into the pause
   const auto started = std::chrono::steady_clock::now();
   vtr_event_provider_t* record = hosted.session().record();

@@ -126,8 +126,6 @@ void FakeIpmitool::replayText(const std::string& verboseListing,
 void FakeIpmitool::setExitCode(int code) { writeFile(dir_ + "/exit-code", std::to_string(code)); }
 
 void FakeIpmitool::injectFault(const std::string& shellCode) { writeFile(dir_ + "/fault.sh", shellCode); }
-// Detached from the tool's stdout, so that only killing the run ends the reader's wait.
-void FakeIpmitool::hang() { injectFault("sleep infinity </dev/null >/dev/null 2>&1"); }
 
 std::vector<std::string> FakeIpmitool::recordedCalls() const {
   std::vector<std::string> calls;

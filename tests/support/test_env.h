@@ -40,20 +40,18 @@ class FakeIpmitool {
   FakeIpmitool(const FakeIpmitool&) = delete;
   FakeIpmitool& operator=(const FakeIpmitool&) = delete;
 
-  // Replays another fixture case from the next run on.
-  void replay(const std::string& fixtureCase);
   // Replays these texts instead of a fixture case.
   void replayText(const std::string& verboseListing, const std::string& compactListing);
   void setExitCode(int code);
   // Shell code the tool runs first, in its own shell, with $dir its directory.
   void injectFault(const std::string& shellCode);
-  // Every later run sleeps until it is killed.
-  void hang();
   // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
   std::vector<std::string> recordedCalls() const;
   const std::string& directory() const { return dir_; }
 
  private:
+  void replay(const std::string& fixtureCase);
+
   std::string dir_;
   std::string savedPath_;
 };
