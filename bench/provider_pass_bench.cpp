@@ -15,7 +15,7 @@
 #include "runtime/clock.h"
 #include "runtime/dict.h"
 #include "src/data/data_serializer.h"
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 
 namespace {
 

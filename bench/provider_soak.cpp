@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "provider/event_provider.h"
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 
 namespace {
 

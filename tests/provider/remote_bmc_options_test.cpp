@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 #include "support/hosted_provider.h"
 #include "support/log_capture.h"
 
@@ -59,7 +59,7 @@ TEST(RemoteBmcOptions, AcceptedValuesBecomeLanArgumentsRefusedOnesStopInitialize
   for (const Case& c : cases) {
     const std::string name = c.options.empty() ? "defaults" : c.options.back().first + "=" + c.options.back().second;
     FakeIpmitool fake;
-    LogRecorder log(hostedLibrarySetLogFunc());
+    LogRecorder log(exported<LogRecorder::SetLogFunc>("vtr_set_log_func"));
     try {
       HostedProvider hosted(c.options);
       EXPECT_EQ(c.refusedOption, nullptr) << name;

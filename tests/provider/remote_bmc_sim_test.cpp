@@ -2,16 +2,15 @@
 // password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
 // line.
 #include <dirent.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
+#include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <set>
 #include <thread>
 
-#include "support/fake_ipmitool.h"
+#include "support/test_env.h"
 #include "support/hosted_provider.h"
 #include "support/log_capture.h"
 #include "support/sim_server.h"
@@ -22,13 +21,9 @@ namespace {
 
 // A process's arguments joined by blanks; empty once it has gone.
 std::string commandLineOf(const char* pid) {
-  const int fd = open((std::string("/proc/") + pid + "/cmdline").c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return "";
-  std::string line;
-  char chunk[4096];
-  for (ssize_t n; (n = read(fd, chunk, sizeof chunk)) > 0;) line.append(chunk, static_cast<size_t>(n));
-  close(fd);
-  for (char& c : line) c = c == '\0' ? ' ' : c;
+  std::ifstream in(std::string("/proc/") + pid + "/cmdline", std::ios::binary);
+  std::string line{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::replace(line.begin(), line.end(), '\0', ' ');
   return line;
 }
 
@@ -75,7 +70,7 @@ TEST(RemoteBmcSimulated, PasswordFromFileOrEnvironmentStaysOffCommandLinesAndLog
 
   for (const bool fromFile : {true, false}) {
     if (!fromFile) setenv("IPMI_PASSWORD", password.c_str(), 1);
-    LogRecorder log(hostedLibrarySetLogFunc());
+    LogRecorder log(exported<LogRecorder::SetLogFunc>("vtr_set_log_func"));
     CommandLineWatch watch(std::to_string(sim.port()));
     std::string event;
     {

@@ -1,5 +1,7 @@
 #include "support/hosted_provider.h"
 
+#include <dlfcn.h>
+
 #include <csignal>
 #include <cstring>
 #include <thread>
@@ -12,6 +14,11 @@ namespace {
 // Tests stop the provider through the session's destructor, never by a signal.
 const volatile std::sig_atomic_t kNeverStopped = 0;
 }  // namespace
+
+void* exportedSymbol(const char* name) {
+  static void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  return library != nullptr ? dlsym(library, name) : nullptr;
+}
 
 HostedProvider::HostedProvider(const Options& options)
     : library_(VTR_PROVIDER_LIBRARY), session_(library_.api(), options, kNeverStopped) {}

@@ -15,6 +15,14 @@ namespace test {
 
 using Options = std::vector<std::pair<std::string, std::string>>;
 
+// The built library's entry point `name`, found the way a host finds it, in the same copy
+// every HostedProvider drives (it stays loaded for the process); null when it lacks one.
+void* exportedSymbol(const char* name);
+template <typename F>
+F exported(const char* name) {
+  return reinterpret_cast<F>(exportedSymbol(name));
+}
+
 // The built library loaded with dlopen and driven by vtr-host's own session: constructed and
 // initialised here, stopped and destroyed by the destructor.
 class HostedProvider {

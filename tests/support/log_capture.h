@@ -1,7 +1,6 @@
 #ifndef VTR_TEST_SUPPORT_LOG_CAPTURE_H
 #define VTR_TEST_SUPPORT_LOG_CAPTURE_H
 
-#include <dlfcn.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -38,27 +37,25 @@ class LogRecorder {
   LogRecorder& operator=(const LogRecorder&) = delete;
 
   std::vector<CapturedLine> all() const {
-    std::lock_guard<std::mutex> lock(mutex());
-    return lines();
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    return shared().lines;
   }
   void clear() {
-    std::lock_guard<std::mutex> lock(mutex());
-    lines().clear();
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    shared().lines.clear();
   }
-  size_t count(int priority, const std::string& text) const {
-    const auto captured = all();
-    return std::count_if(captured.begin(), captured.end(),
-                         [&](const CapturedLine& line) { return line.priority == priority && line.text == text; });
+  // Lines that are exactly `text`, at `priority` when one is given.
+  size_t count(const std::string& text, int priority = -1) const {
+    const auto lines = all();
+    return std::count_if(lines.begin(), lines.end(), [&](const CapturedLine& line) {
+      return line.text == text && (priority < 0 || line.priority == priority);
+    });
   }
-  bool contains(int priority, const std::string& text) const { return count(priority, text) > 0; }
-  bool contains(const std::string& text) const {
-    const auto captured = all();
-    return std::any_of(captured.begin(), captured.end(), [&](const CapturedLine& line) { return line.text == text; });
-  }
+  bool contains(const std::string& text, int priority = -1) const { return count(text, priority) > 0; }
   // Lines at any priority that contain `part`.
   size_t countContaining(const std::string& part) const {
-    const auto captured = all();
-    return std::count_if(captured.begin(), captured.end(),
+    const auto lines = all();
+    return std::count_if(lines.begin(), lines.end(),
                          [&](const CapturedLine& line) { return line.text.find(part) != std::string::npos; });
   }
 
@@ -69,28 +66,21 @@ class LogRecorder {
     va_start(args, format);
     vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    std::lock_guard<std::mutex> lock(mutex());
-    lines().push_back({priority, text});
+    std::lock_guard<std::mutex> lock(shared().mutex);
+    shared().lines.push_back({priority, text});
   }
 
  private:
-  static std::mutex& mutex() {
-    static std::mutex m;
-    return m;
-  }
-  static std::vector<CapturedLine>& lines() {
-    static std::vector<CapturedLine> captured;
-    return captured;
+  struct Shared {
+    std::mutex mutex;
+    std::vector<CapturedLine> lines;
+  };
+  static Shared& shared() {
+    static Shared instance;
+    return instance;
   }
   SetLogFunc setLogFunc_;
 };
-
-// The built library's vtr_set_log_func, the library loaded (and kept) as a host loads it, so
-// that a recorder installed with it sees what a hosted provider logs.
-inline LogRecorder::SetLogFunc hostedLibrarySetLogFunc() {
-  void* library = dlopen(VTR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  return reinterpret_cast<LogRecorder::SetLogFunc>(library != nullptr ? dlsym(library, "vtr_set_log_func") : nullptr);
-}
 
 // A file name in the temporary directory, removed when the object goes.
 class ScratchFile {

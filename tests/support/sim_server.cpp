@@ -10,26 +10,12 @@
 
 namespace vtr {
 namespace test {
-
 namespace {
 
 // start-sim's exit code when ipmi_sim or ipmitool is missing.
 constexpr int kNotInstalled = 3;
 
-// start-sim prints "key=value" lines.
-std::map<std::string, std::string> parseInfo(const std::string& text) {
-  std::map<std::string, std::string> info;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    const auto equals = line.find('=');
-    if (equals != std::string::npos) {
-      info[line.substr(0, equals)] = line.substr(equals + 1);
-    }
-  }
-  return info;
-}
-
-std::string simScript(const char* name) { return std::string(VTR_SOURCE_DIR) + "/sim/" + name; }
+std::string simScript(const char* name) { return shellQuote(std::string(VTR_SOURCE_DIR) + "/sim/" + name); }
 
 }  // namespace
 
@@ -38,29 +24,31 @@ SimServer::SimServer(const std::string& profile) : workDir_(makeTempDirectory("v
   // can reap it, where a container's init might leave it a zombie.
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   const ShellResult started =
-      runShell(shellQuote(simScript("start-sim")) + " --profile " + shellQuote(profile) +
-               " --work-dir " + shellQuote(workDir_) + " 2>&1");
+      runShell(simScript("start-sim") + " --profile " + shellQuote(profile) + " --work-dir " + shellQuote(workDir_) + " 2>&1");
   if (started.exitCode != 0) {
     installed_ = started.exitCode != kNotInstalled;
     reason_ = "the simulated BMC did not start: " + started.output;
     return;
   }
-  const auto info = parseInfo(started.output);
+  // start-sim prints "key=value" lines.
+  std::map<std::string, std::string> info;
+  std::istringstream lines(started.output);
+  for (std::string line; std::getline(lines, line);)
+    if (const auto equals = line.find('='); equals != std::string::npos) info[line.substr(0, equals)] = line.substr(equals + 1);
   try {
     pid_ = std::stoi(info.at("pid"));
     port_ = std::stoi(info.at("port"));
     user_ = info.at("user");
     passwordFile_ = info.at("password_file");
+    running_ = true;
   } catch (const std::exception&) {
     reason_ = "unexpected output of start-sim: " + started.output;
-    return;
   }
-  running_ = true;
 }
 
 SimServer::~SimServer() {
   if (pid_ > 0) {
-    runShell(shellQuote(simScript("stop-sim")) + " " + std::to_string(pid_));
+    runShell(simScript("stop-sim") + " " + std::to_string(pid_));
     waitpid(pid_, nullptr, WNOHANG);  // stop-sim returns once it has exited
   }
   removeDirectory(workDir_);

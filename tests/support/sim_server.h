@@ -14,8 +14,7 @@ namespace test {
 // the provider's remote BMC options. Stopped by its pid in the destructor.
 class SimServer {
  public:
-  // profile: "small" (the test server, about a dozen sensors) or "two-socket" (the demo server).
-  explicit SimServer(const std::string& profile = "small");
+  explicit SimServer(const std::string& profile);
   ~SimServer();
   SimServer(const SimServer&) = delete;
   SimServer& operator=(const SimServer&) = delete;
@@ -23,8 +22,6 @@ class SimServer {
   // False when the simulator could not be started; reason() says why.
   bool running() const { return running_; }
   // False when ipmi_sim or ipmitool is not installed: the one case where a test may skip.
-  //   if (!sim.installed()) GTEST_SKIP() << sim.reason();
-  //   ASSERT_TRUE(sim.running()) << sim.reason();
   bool installed() const { return installed_; }
   const std::string& reason() const { return reason_; }
   int port() const { return port_; }

@@ -1,7 +1,11 @@
 #ifndef VTR_TEST_TEST_ENV_H
 #define VTR_TEST_TEST_ENV_H
 
+// What tests run in: temporary directories, PATH, shell commands, the recorded fixtures, and
+// the fake `ipmitool` that replays them.
+
 #include <string>
+#include <vector>
 
 namespace vtr {
 namespace test {
@@ -23,6 +27,38 @@ struct ShellResult {
 ShellResult runShell(const std::string& command);
 // The text as one single-quoted shell word.
 std::string shellQuote(const std::string& text);
+
+// Puts a fake `ipmitool` first in PATH for this process. It replays a recorded fixture
+// (tests/fixtures/<case>/verbose.txt for "sensor -v", tests/fixtures/<case>/compact.txt for
+// "sensor", and exits with the code in its exit-code file, if any), records every argument
+// list, and can run injected shell code first. The destructor restores PATH and removes the
+// temporary directory.
+class FakeIpmitool {
+ public:
+  explicit FakeIpmitool(const std::string& fixtureCase = "small-server");
+  ~FakeIpmitool();
+  FakeIpmitool(const FakeIpmitool&) = delete;
+  FakeIpmitool& operator=(const FakeIpmitool&) = delete;
+
+  // Replays these texts instead of a fixture case.
+  void replayText(const std::string& verboseListing, const std::string& compactListing);
+  void setExitCode(int code);
+  // Shell code the tool runs first, in its own shell, with $dir its directory.
+  void injectFault(const std::string& shellCode);
+  // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
+  std::vector<std::string> recordedCalls() const;
+  const std::string& directory() const { return dir_; }
+
+ private:
+  void replay(const std::string& fixtureCase);
+
+  std::string dir_;
+  std::string savedPath_;
+};
+
+// Absolute path of a fixture file, e.g. fixturePath("small-server", "verbose.txt").
+std::string fixturePath(const std::string& fixtureCase, const std::string& file);
+std::string readFile(const std::string& path);
 
 }  // namespace test
 }  // namespace vtr

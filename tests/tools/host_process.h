@@ -1,7 +1,7 @@
 #ifndef VTR_TEST_TOOLS_HOST_PROCESS_H
 #define VTR_TEST_TOOLS_HOST_PROCESS_H
 
-// vtr-host run as a child process, and a plain HTTP GET, for the tools tests.
+// vtr-host run as a child process, and plain HTTP exchanges, for the tools tests.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -71,10 +70,7 @@ class HostProcess {
   }
   // Lines wait() read after the last readLine().
   const std::vector<std::string>& remainingLines() const { return rest_; }
-  std::string errorOutput() const {
-    std::ifstream in(errorFile_);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  }
+  std::string errorOutput() const { return readFile(errorFile_); }
   std::vector<std::string> errorLines() const {
     std::vector<std::string> lines;
     std::istringstream in(errorOutput());
@@ -89,23 +85,10 @@ class HostProcess {
   std::vector<std::string> rest_;
 };
 
-// A loopback TCP port that was free a moment ago.
-inline int pickFreeLoopbackPort() {
-  int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof(address);
-  bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-  close(fd);
-  return ntohs(address.sin_port);
-}
-
 // A loopback socket listening on a port of its own, to make that port busy.
 class BusyPort {
  public:
-  BusyPort() : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
+  BusyPort() : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -125,13 +108,11 @@ class BusyPort {
   int port_ = 0;
 };
 
-struct HttpResponse {
-  std::string head;  // status line and headers
-  std::string body;
-};
+// A loopback TCP port that was free a moment ago.
+inline int pickFreeLoopbackPort() { return BusyPort().port(); }
 
-// GET http://127.0.0.1:<port><path> over a plain socket; nullopt when nothing answered.
-inline std::optional<HttpResponse> httpGet(int port, const std::string& path) {
+// A connected loopback socket (the caller closes it), or -1.
+inline int connectLoopback(int port) {
   int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   timeval limit{30, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
@@ -139,19 +120,33 @@ inline std::optional<HttpResponse> httpGet(int port, const std::string& path) {
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<uint16_t>(port));
-  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
-    close(fd);
-    return std::nullopt;
-  }
-  std::string request = "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return fd;
+  close(fd);
+  return -1;
+}
+
+struct HttpResponse {
+  std::string head;  // status line and headers
+  std::string body;
+};
+
+// Sends `request` whole to 127.0.0.1:<port> and reads the answer until the server closes;
+// nullopt when nothing answered.
+inline std::optional<HttpResponse> httpExchange(int port, const std::string& request) {
+  const int fd = connectLoopback(port);
+  if (fd < 0) return std::nullopt;
   send(fd, request.data(), request.size(), MSG_NOSIGNAL);
   std::string response;
   char chunk[4096];
   for (ssize_t got; (got = recv(fd, chunk, sizeof(chunk), 0)) > 0;) response.append(chunk, static_cast<std::size_t>(got));
   close(fd);
-  std::size_t split = response.find("\r\n\r\n");
+  const std::size_t split = response.find("\r\n\r\n");
   if (split == std::string::npos) return std::nullopt;
   return HttpResponse{response.substr(0, split), response.substr(split + 4)};
+}
+
+inline std::optional<HttpResponse> httpGet(int port, const std::string& path) {
+  return httpExchange(port, "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
 }
 
 }  // namespace test

@@ -8,27 +8,11 @@
 
 #include <memory>
 
+#include "support/hosted_provider.h"
+
 namespace vtr {
 namespace host {
 namespace {
-
-// The JSON calls resolved from this process's own parson, which is the plug-in's.
-PluginApi linkedJsonApi() {
-  PluginApi api;
-  api.json_value_get_type = json_value_get_type;
-  api.json_value_get_object = json_value_get_object;
-  api.json_value_get_array = json_value_get_array;
-  api.json_value_get_string = json_value_get_string;
-  api.json_value_get_string_len = json_value_get_string_len;
-  api.json_value_get_number = json_value_get_number;
-  api.json_value_get_boolean = json_value_get_boolean;
-  api.json_object_get_count = json_object_get_count;
-  api.json_object_get_name = json_object_get_name;
-  api.json_object_get_value_at = json_object_get_value_at;
-  api.json_array_get_count = json_array_get_count;
-  api.json_array_get_value = json_array_get_value;
-  return api;
-}
 
 TEST(JsonText, NumbersShortestStringsEscapedAndInvalidUtf8Replaced) {
   const std::pair<const char*, const char*> cases[] = {
@@ -43,9 +27,12 @@ TEST(JsonText, NumbersShortestStringsEscapedAndInvalidUtf8Replaced) {
       {"{\"cpu\xff temp\":[1.5,true,false,{},[]],\"x\":\"\xed\xa0\x80/\xc3\"}",
        "{\"cpu\xEF\xBF\xBD temp\":[1.5,true,false,{},[]],\"x\":\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\\/\xEF\xBF\xBD\"}"},
   };
-  const PluginApi api = linkedJsonApi();
+  // The JSON calls of the built plug-in, resolved as vtr-host resolves them.
+  const PluginLibrary plugin(VTR_PROVIDER_LIBRARY);
+  const PluginApi& api = plugin.api();
+  const auto parse = test::exported<decltype(&json_parse_string)>("json_parse_string");
   for (const auto& [json, want] : cases) {
-    std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> value(json_parse_string(json), json_value_free);
+    std::unique_ptr<JSON_Value, void (*)(JSON_Value*)> value(parse(json), api.json_value_free);
     ASSERT_TRUE(value) << json;
     std::string text;
     EXPECT_TRUE(appendJsonText(api, value.get(), text));

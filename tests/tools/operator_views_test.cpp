@@ -32,7 +32,11 @@ class ServingHost : public ::testing::Test {
     ASSERT_TRUE(sim_.running()) << sim_.reason();
     port_ = pickFreeLoopbackPort();
     std::vector<std::string> args = kDiscreteEverySecond;
-    for (const auto& [key, value] : sim_.bmcOptions()) args.insert(args.end(), {"--option", key + "=" + value});
+    // Through the shorthand flags, each of them.
+    const ipmitool::RemoteBmc bmc = sim_.remoteBmc();
+    args.insert(args.end(), {"--bmc", bmc.host, "--bmc-user", bmc.user, "--bmc-password-file", bmc.passwordFile,
+                             "--bmc-cipher-suite", bmc.cipherSuite, "--bmc-interface", "lanplus",
+                             "--bmc-privilege-level", "ADMINISTRATOR"});
     args.insert(args.end(), {"--listen", "127.0.0.1:" + std::to_string(port_)});
     host_ = std::make_unique<HostProcess>(args);
     const std::optional<std::string> line = host_->readLine();
@@ -60,7 +64,7 @@ class ServingHost : public ::testing::Test {
 
   std::string url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
 
-  SimServer sim_;
+  SimServer sim_{"small"};
   int port_ = 0;
   std::unique_ptr<HostProcess> host_;
   std::string firstLine_;
