@@ -12,7 +12,6 @@
 #include <string>
 #include <thread>
 
-#include "collector/field_naming.h"
 #include "collector/ipmitool_collector.h"
 #include "collector/value_rules.h"
 #include "support/test_env.h"
@@ -180,14 +179,6 @@ TEST(CollectorCallOrder, SampleNeedsTheSchemaAndTheSchemaIsBuiltOnce) {
   EXPECT_TRUE(fields.empty());
   EXPECT_TRUE(log.contains("[ipmitool collector] The schema has not been created. Cannot parse sensor data.", VTR_LOG_ERR));
   EXPECT_TRUE(log.contains("[ipmitool collector] Schema has already been created.", VTR_LOG_ERR));
-}
-
-TEST(CollectorTextRules, BlankTextEmptiesAndUnknownKindsHaveNoType) {
-  std::string blanks = "   ";
-  removeSpaces(blanks);
-  EXPECT_EQ(blanks, "");
-  EXPECT_EQ(getFieldType("0x1A", CollectorSensorType::Unknown), CollectorFieldType::Unknown);
-  EXPECT_EQ(fieldTypeName(CollectorFieldType::Unknown), "");
 }
 
 }  // namespace

@@ -2,11 +2,12 @@
 // password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
 // line.
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <set>
 #include <thread>
 
@@ -19,10 +20,14 @@ namespace vtr {
 namespace test {
 namespace {
 
-// A process's arguments joined by blanks; empty once it has gone.
+// A process's arguments joined by blanks; empty once it has gone (read(2): a stream would throw).
 std::string commandLineOf(const char* pid) {
-  std::ifstream in(std::string("/proc/") + pid + "/cmdline", std::ios::binary);
-  std::string line{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const int fd = open((std::string("/proc/") + pid + "/cmdline").c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return "";
+  std::string line;
+  char chunk[4096];
+  for (ssize_t n; (n = read(fd, chunk, sizeof chunk)) > 0;) line.append(chunk, static_cast<size_t>(n));
+  close(fd);
   std::replace(line.begin(), line.end(), '\0', ' ');
   return line;
 }
