@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <exception>
+#include <mutex>
 
 #include "collector/ipmitool_collector.h"
 #include "provider/event_provider.h"
@@ -13,6 +14,11 @@ namespace vtr {
 namespace ipmitool {
 
 provider_t static_provider;
+
+std::mutex& initialize_stop_lock() {
+  static std::mutex lock;
+  return lock;
+}
 
 namespace {
 char kTimestampFieldName[] = "timestamp";
@@ -67,7 +73,8 @@ bool ipmitool_provider_stop(vtr_event_provider_t* record) {
   provider_t* provider = provider_from_record(record);
   if (provider->thread == 0) {
     // A host on another thread may stop an initialize that is reading the sensors.
-    if (__atomic_load_n(&provider->initializing, __ATOMIC_ACQUIRE)) vtr::ipmitool::request_stop(provider);
+    std::lock_guard<std::mutex> lock(vtr::ipmitool::initialize_stop_lock());
+    if (provider->initializing) vtr::ipmitool::request_stop(provider);
     return true;
   }
   vtr::ipmitool::request_stop(provider);

@@ -125,9 +125,9 @@ bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_
   CollectedFields collected;
   std::string refusal;
   const char* error = refuse_options(*provider, refusal);
-  __atomic_store_n(&provider->initializing, true, __ATOMIC_RELEASE);
+  set_initializing(provider, true);
   if (error == nullptr) error = build_provider(*provider, type_system, collected);
-  __atomic_store_n(&provider->initializing, false, __ATOMIC_RELEASE);
+  set_initializing(provider, false);
   if (error == nullptr) {
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] ipmitool provider initialized successfully.", kInitializer);
     return true;

@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -40,7 +41,8 @@ struct provider_t {
   uint8_t pending_events = 0;                                // 0 or 1, guarded by `mutex`
 
   pthread_t thread = 0;  // the sampling thread; 0 when none runs
-  // True while `initialize` runs, so that a `stop` from another thread can cut its tool runs short.
+  // True while `initialize` runs, so that a `stop` from another thread can cut its tool runs
+  // short; guarded by initialize_stop_lock().
   bool initializing = false;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   // Written by `stop`, read by the sampling thread and the collector: go through
@@ -100,6 +102,15 @@ inline void request_stop(provider_t* provider) {
   __atomic_store_n(&provider->stop_requested, true, __ATOMIC_RELEASE);
   pthread_cond_broadcast(&provider->stop_wake);
   pthread_mutex_unlock(&provider->mutex);
+}
+
+// A failed initialize destroys the provider's mutex, while a host on another thread may be
+// stopping that initialize: this lock, which lives as long as the process, orders the two.
+std::mutex& initialize_stop_lock();
+
+inline void set_initializing(provider_t* provider, bool initializing) {
+  std::lock_guard<std::mutex> lock(initialize_stop_lock());
+  provider->initializing = initializing;
 }
 
 inline bool stop_was_requested(const provider_t* provider) {

@@ -63,7 +63,7 @@ class EventPump {
       deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                     std::chrono::duration<double>(options_.durationSeconds));
     }
-    while (!stopRequested && !(deadline && Clock::now() >= deadline)) {
+    while (!stopIsRequested(stopRequested) && !(deadline && Clock::now() >= deadline)) {
       bool morePending = false;
       if (!drainOnce(morePending)) return;
       if (!morePending) {

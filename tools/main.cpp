@@ -11,7 +11,8 @@ namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
 
-void requestStop(int) { stopRequested = 1; }
+// Lock-free, so safe in a handler; atomic, because other threads read it.
+void requestStop(int) { __atomic_store_n(&stopRequested, 1, __ATOMIC_RELEASE); }
 
 void installSignalHandlers() {
   struct sigaction action {};

@@ -29,7 +29,7 @@ ProviderSession::ProviderSession(const PluginApi& api,
   }
   // A failed initialize has already destroyed the provider.
   if (!initializeUnlessStopped(stopRequested)) {
-    if (stopRequested) return;
+    if (stopIsRequested(stopRequested)) return;
     throw HostError(std::string("provider ") + name() +
                     " failed to initialize; --log-level 7 shows its reasons");
   }
@@ -40,7 +40,7 @@ bool ProviderSession::initializeUnlessStopped(const volatile std::sig_atomic_t& 
   std::atomic<bool> finished{false};
   std::thread watcher([&] {
     while (!finished) {
-      if (stopRequested) {
+      if (stopIsRequested(stopRequested)) {
         provider_->stop(provider_);
         return;
       }

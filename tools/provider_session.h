@@ -12,6 +12,11 @@
 namespace vtr {
 namespace host {
 
+// The flag a signal handler sets may be read on other threads, so it is read atomically.
+inline bool stopIsRequested(const volatile std::sig_atomic_t& stopRequested) {
+  return __atomic_load_n(&stopRequested, __ATOMIC_ACQUIRE) != 0;
+}
+
 // One provider driven through its record in the order the contract asks for: the
 // constructor runs construct_event_provider and initialize, start() starts it, and the
 // destructor stops and destroys it, then frees the type system and the option dictionary.
