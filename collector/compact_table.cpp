@@ -20,7 +20,9 @@ namespace {
 // The sensor repository keeps names of at most 16 characters, and the table prints no more.
 constexpr std::string_view::size_type kRowNameLength = 16;
 
-std::string rowName(std::string_view name) { return std::string(trimBlanks(trimBlanks(name).substr(0, kRowNameLength))); }
+std::string rowName(std::string_view name) {
+  return std::string(trimBlanks(trimBlanks(name).substr(0, kRowNameLength)));
+}
 
 // The second column: a threshold sensor's reading ("45.000", "na").
 std::string readingColumn(std::string_view line, std::string_view::size_type bar) {

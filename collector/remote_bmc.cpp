@@ -114,7 +114,9 @@ std::string refuseBmcPasswordFile(const std::string& passwordFile) {
   if (passwordFile.empty()) return "";
   if (!isWord(passwordFile, kPathCharacters)) return "expected a path of letters, digits, '.', '_', '+', '-' and '/'";
   const int fd = open(passwordFile.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return errno == ENOENT ? "the file does not exist" : std::string("the file cannot be read: ") + strerror(errno);
+  if (fd < 0) {
+    return errno == ENOENT ? "the file does not exist" : std::string("the file cannot be read: ") + strerror(errno);
+  }
   struct stat status {};
   const bool statted = fstat(fd, &status) == 0;
   close(fd);

@@ -96,7 +96,8 @@ Json observe(const Options& options, const std::function<void()>& afterInitializ
       json_object_set_string(json_object(sensor), "entity", facts[i].entity);
       json_object_set_string(json_object(sensor), "type", facts[i].sensor_type);
       json_object_set_string(json_object(sensor), "unit", facts[i].unit);
-      json_object_set_string(json_object(sensor), "kind", facts[i].kind == VTR_SENSOR_KIND_DISCRETE ? "discrete" : "threshold");
+      const bool discrete = facts[i].kind == VTR_SENSOR_KIND_DISCRETE;
+      json_object_set_string(json_object(sensor), "kind", discrete ? "discrete" : "threshold");
       json_object_set_value(field, "sensor", sensor);
     }
     json_array_append_value(json_array(fields), json_object_get_wrapping_value(field));
@@ -119,7 +120,8 @@ Json observe(const Options& options, const std::function<void()>& afterInitializ
   JSON_Value* withoutReading = json_value_init_object();
   for (int32_t i = 0; i < type.num_fields; ++i)
     if (statuses[i] != VTR_FIELD_READ)
-      json_object_set_string(json_object(withoutReading), type.fields[i]->field_name, kStatusNames[statuses[i] < 5 ? statuses[i] : 0]);
+      json_object_set_string(json_object(withoutReading), type.fields[i]->field_name,
+                             kStatusNames[statuses[i] < 5 ? statuses[i] : 0]);
   json_object_set_value(out, "without_reading", withoutReading);
   return result;
 }
@@ -201,7 +203,8 @@ INSTANTIATE_TEST_SUITE_P(Profiles, GoldenFixtureRealToolFreshProcess,
                                            RealToolCase{"two-socket", "two-socket", false},
                                            RealToolCase{"two-socket", "two-socket", true}),
                          [](const auto& info) {
-                           return std::string(info.param.singleRun ? "single_run_" : "") + (info.param.profile[0] == 's' ? "small" : "two_socket");
+                           const char* profile = info.param.profile[0] == 's' ? "small" : "two_socket";
+                           return std::string(info.param.singleRun ? "single_run_" : "") + profile;
                          });
 
 }  // namespace
