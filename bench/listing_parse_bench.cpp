@@ -25,7 +25,9 @@ void parseListing(benchmark::State& state, const std::string& fixtureCase) {
   const std::string verbose = fixtureText(fixtureCase, "verbose.txt");
   const std::string compact = fixtureText(fixtureCase, "compact.txt");
   const volatile bool stop = false;
-  IpmitoolCollector collector(CollectorConfig(true, true, false, "", 30, false), stop);
+  vtr::ipmitool::CollectorOptions options;
+  options.includeDiscreteSensors = true;
+  IpmitoolCollector collector{CollectorConfig(options), stop};
   size_t sensors = 0;
   for (auto _ : state) {
     std::unordered_map<std::string, std::string> states;

@@ -9,6 +9,7 @@
 
 #include "collector/ipmitool_collector.h"
 #include "collector/listing_parser.h"
+#include "collector/sample_assembly.h"
 #include "provider/event_provider.h"
 #include "provider/provider_state.h"
 #include "provider/sampling_thread.h"
@@ -30,7 +31,7 @@ class LargeServer {
     vtr_dict_add(options_, "ipmitool-include-discrete-sensors", "1");
     record_ = construct_event_provider(options_);
     ready_ = record_ != nullptr && record_->initialize(record_, typeSystem_) &&
-             state().collector->getSensorsData(sample_) && !sample_.empty();
+             state().collector->getSensorsData(sample_) && vtr::ipmitool::holdsAnyValue(sample_);
     verbose_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "verbose.txt"));
     compact_ = vtr::test::readFile(vtr::test::fixturePath("large-1000", "compact.txt"));
     buffer_.resize(VTR_EVENT_BLOCK_HEADER_SIZE + state().event_size);
@@ -53,15 +54,16 @@ class LargeServer {
     state().collector->parseDiscreteStatesTable(compact_, states);
     SensorListing listing;
     parseSensorListing(state().collector->config(), verbose_, states, listing);
-    SensorSample sample;
-    state().collector->assembleSample(listing, sample);
+    const vtr::ipmitool::IpmitoolCollector& collector = *state().collector;
+    SensorSample sample(collector.fields().size());
+    assembleSample(collector.fields(), collector.sensorNames(), listing, sample);
     return convertAndWrite(sample);
   }
 
   // Converts a sample into the event and writes it as one block into a reused buffer.
   int convertAndWrite(const SensorSample& sample) {
     provider_t& provider = state();
-    vtr::ipmitool::write_sample_to_event(&provider, sample, {}, vtr_now_us());
+    vtr::ipmitool::write_sample_to_event(&provider, sample, vtr_now_us());
     vtr_data_serializer_t serializer{typeSystem_, buffer_.data(), buffer_.size(), 0};
     return vtr_data_serializer_write_events(&serializer, provider.schema_id, provider.type_id, provider.event_buffer,
                                             1);

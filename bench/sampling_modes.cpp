@@ -39,7 +39,7 @@ Cost takeSample(IpmitoolCollector& collector) {
   vtr::ipmitool::SensorSample sample;
   const double cpuBefore = childrenCpuSeconds();
   const auto started = std::chrono::steady_clock::now();
-  if (!collector.getSensorsData(sample) || sample.empty()) {
+  if (!collector.getSensorsData(sample) || !vtr::ipmitool::holdsAnyValue(sample)) {
     std::fprintf(stderr, "sampling-modes: a sample failed\n");
     std::exit(1);
   }
@@ -67,8 +67,11 @@ bool compare(const std::string& profile, int rounds) {
   volatile bool stop = false;
   std::unique_ptr<IpmitoolCollector> modes[2];
   for (int singleRun = 0; singleRun < 2; ++singleRun) {
-    modes[singleRun] = std::make_unique<IpmitoolCollector>(
-        CollectorConfig(true, true, false, "", 30, false, singleRun == 1, sim.remoteBmc()), stop);
+    vtr::ipmitool::CollectorOptions options;
+    options.includeDiscreteSensors = true;
+    options.singleRunSampling = singleRun == 1;
+    options.remoteBmc = sim.remoteBmc();
+    modes[singleRun] = std::make_unique<IpmitoolCollector>(CollectorConfig(options), stop);
     std::vector<std::unique_ptr<vtr_type_field_info_t>> fields;
     if (!modes[singleRun]->setFieldsInfo(fields)) return false;
     IpmitoolCollector::freeFieldsInfo(fields);

@@ -37,25 +37,23 @@ void excludeField(std::map<std::string, bool>& fields, const std::string& label,
 
 }  // namespace
 
-CollectorConfig::CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
-                                 const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
-                                 bool single_run_sampling, const RemoteBmc& remote_bmc)
-    : commandTimeout(command_timeout),
-      useSudo(use_sudo),
-      includeDiscreteSensors(include_discrete),
-      includeContinuousSensors(include_continuous),
-      includeEmptyFields(include_empty_fields),
+CollectorConfig::CollectorConfig(const CollectorOptions& options)
+    : commandTimeout(options.commandTimeout),
+      useSudo(options.useSudo),
+      includeDiscreteSensors(options.includeDiscreteSensors),
+      includeContinuousSensors(options.includeContinuousSensors),
+      includeEmptyFields(options.includeEmptyFields),
       statesAssertedAsText(false),
-      singleRunSampling(single_run_sampling),
-      discreteFields{{kStatesAssertedLabel, include_discrete}},
-      continuousFields{{kSensorReadingLabel, include_continuous}},
+      singleRunSampling(options.singleRunSampling),
+      discreteFields{{kStatesAssertedLabel, options.includeDiscreteSensors}},
+      continuousFields{{kSensorReadingLabel, options.includeContinuousSensors}},
       fieldDefaultTypes{{kStatesAssertedLabel, CollectorFieldType::Uint16},
                         {kSensorReadingLabel, CollectorFieldType::Double}},
       invalidValues{"Unable to read sensor: Device Not Present", "na", "Unspecified"},
-      remoteBmc(remote_bmc) {
-  if (invalid_values.empty()) return;
+      remoteBmc(options.remoteBmc) {
+  if (options.invalidSensorValues.empty()) return;
   // Pieces are taken as they stand: no trimming, an empty piece counts, a trailing comma adds nothing.
-  std::istringstream pieces(invalid_values);
+  std::istringstream pieces(options.invalidSensorValues);
   std::string piece;
   while (std::getline(pieces, piece, ',')) invalidValues.insert(piece);
 }

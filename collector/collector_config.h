@@ -11,12 +11,24 @@
 namespace vtr {
 namespace ipmitool {
 
+// What the provider's options say about collecting, member by member; the defaults are the
+// options' own.
+struct CollectorOptions {
+  bool includeDiscreteSensors = false;
+  bool includeContinuousSensors = true;
+  unsigned int commandTimeout = 30;
+  bool useSudo = false;
+  bool includeEmptyFields = false;
+  // Comma-separated texts that also mean "no reading".
+  std::string invalidSensorValues;
+  bool singleRunSampling = false;
+  RemoteBmc remoteBmc;
+};
+
 // What the collector reads and publishes; a copy lives in the collector.
 class CollectorConfig {
  public:
-  CollectorConfig(bool include_discrete, bool include_continuous, bool include_empty_fields,
-                  const std::string& invalid_values, unsigned int command_timeout, bool use_sudo,
-                  bool single_run_sampling = false, const RemoteBmc& remote_bmc = RemoteBmc{});
+  explicit CollectorConfig(const CollectorOptions& options);
   CollectorConfig(const CollectorConfig& other) = default;
 
   void includeContinuousField(const std::string& label);
@@ -24,7 +36,7 @@ class CollectorConfig {
   void includeDiscreteField(const std::string& label);
   void excludeDiscreteField(const std::string& label);
 
-  // Set by the constructor from the provider's options, whose defaults live in its option table.
+  // Set by the constructor from the options.
   unsigned int commandTimeout;
   bool useSudo;
   bool includeDiscreteSensors;

@@ -15,20 +15,37 @@ enum class CollectorFieldType { Unknown = 0, Double = 1, Uint64 = 2, Uint16 = 3,
 
 // "double", "uint64_t", "uint16_t", "timestamp"; empty for anything else.
 std::string fieldTypeName(CollectorFieldType type);
+// What stands for a missing value of this type: "0.0", "0x0", "0"; empty for Unknown.
+const std::string& defaultValueText(CollectorFieldType type);
 
 // One sensor of the verbose listing: label -> value text.
 using SensorRecord = std::unordered_map<std::string, std::string>;
-// The sensors in the order the tool printed them.
-using SensorListing = std::vector<SensorRecord>;
 // Discrete sensors of the compact table: sensor name -> states word text.
 using DiscreteSensorsData = std::unordered_map<std::string, std::string>;
-// One sample: schema field name -> value text.
-using SensorSample = std::unordered_map<std::string, std::string>;
 
-// A record holds this extra label, with an empty value, for each label whose value is the
-// empty-field default rather than a reading. No listing label starts with '\x01'.
-inline std::string defaultMarkLabel(const std::string& label) { return '\x01' + label; }
-inline bool isDefaultMarkLabel(const std::string& label) { return !label.empty() && label[0] == '\x01'; }
+// The value of a label that may become a field, cleaned and typed once per listing.
+struct LabelValue {
+  const std::string* label;  // a key of the configuration's field tables
+  std::string text;
+  CollectorFieldType type = CollectorFieldType::Unknown;
+};
+
+// One sensor of the verbose listing as it is read.
+struct ListedSensor {
+  SensorRecord record;
+  // Labels whose value in `record` is the empty-field default rather than a reading.
+  std::vector<std::string> defaultedLabels;
+  // Set once the record is complete (see toAddSensorData).
+  CollectorSensorType kind = Unknown;
+  // The selected labels the record holds, in the order of the kind's field table.
+  std::vector<LabelValue> values;
+
+  // A label printed twice keeps its last value, and with it whether that is a default.
+  void store(const std::string& label, std::string value, bool isDefault);
+  bool holdsDefault(const std::string& label) const;
+};
+// The kept sensors in the order the tool printed them.
+using SensorListing = std::vector<ListedSensor>;
 
 }  // namespace ipmitool
 }  // namespace vtr

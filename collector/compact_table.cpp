@@ -17,12 +17,7 @@ namespace ipmitool {
 
 namespace {
 
-// The sensor repository keeps names of at most 16 characters, and the table prints no more.
 constexpr std::string_view::size_type kRowNameLength = 16;
-
-std::string rowName(std::string_view name) {
-  return std::string(trimBlanks(trimBlanks(name).substr(0, kRowNameLength)));
-}
 
 // The second column: a threshold sensor's reading ("45.000", "na").
 std::string readingColumn(std::string_view line, std::string_view::size_type bar) {
@@ -30,63 +25,63 @@ std::string readingColumn(std::string_view line, std::string_view::size_type bar
   return std::string(trimBlanks(rest.substr(0, rest.find('|'))));
 }
 
-// The row's value as the verbose path would hold it, or nothing when that path would have
-// left the sensor out of the sample.
-std::optional<std::string> rowValue(const CollectorConfig& config, const std::string& listingName,
-                                    const TableField& field, std::string_view line,
-                                    std::string_view::size_type bar) {
-  if (field.kind == Discrete) return discreteRowStates(config, line, listingName, false);
-  return readingColumn(line, bar);
+// The row's value as the verbose path would hold it (and whether that is the empty-field
+// default), or nothing when that path would have left the sensor out of the sample.
+std::optional<std::string> rowValue(const CollectorConfig& config, const SensorField& field, std::string_view line,
+                                    std::string_view::size_type bar, bool& isDefault) {
+  std::optional<std::string> value = field.sensor.kind == Discrete
+                                         ? discreteRowStates(config, line, field.sensor.name, false)
+                                         : readingColumn(line, bar);
+  isDefault = false;
+  if (!value || isValidValue(config, *value)) return value;
+  if (handleInvalidSensorValue(config, field.sensor.name, *field.label, *value) != InvalidValue::Default)
+    return std::nullopt;
+  isDefault = true;
+  return value;
+}
+
+// One matched row's value into the reading of one of its sensor's fields.
+void sampleRow(const CollectorConfig& config, const SensorField& field, std::string_view line,
+               std::string_view::size_type bar, FieldReading& reading) {
+  bool isDefault = false;
+  std::optional<std::string> value = rowValue(config, field, line, bar, isDefault);
+  if (!value) return;
+  parseFieldValue(config, *field.label, *value);
+  const CollectorFieldType type = getFieldType(*value, field.sensor.kind);
+  // The verbose path drops a sensor without a typed value before it assembles the sample.
+  if (type == CollectorFieldType::Unknown) return;
+  storeSampleValue(*field.label, std::move(*value), type, isDefault, field, reading);
 }
 
 }  // namespace
 
-CompactTableSampler::CompactTableSampler(const ListingOrder& order, const std::vector<TableField>& kept) {
-  std::size_t keptIndex = 0;
-  for (const auto& [listingName, wasKept] : order) {
-    Sensor sensor{listingName, wasKept ? kept.at(keptIndex++) : TableField{}};
-    sensorsByRowName_[rowName(listingName)].push_back(std::move(sensor));
-  }
+std::string compactRowName(std::string_view listingName) {
+  return std::string(trimBlanks(trimBlanks(listingName).substr(0, kRowNameLength)));
+}
+
+CompactTableSampler::CompactTableSampler(const ListingOrder& order, const SensorFields& fields) {
+  for (const auto& entry : order) fieldsByRow_[compactRowName(entry.first)].emplace_back();
+  for (std::size_t index = 0; index < fields.size(); ++index)
+    fieldsByRow_[fields[index].tableRowName].at(fields[index].tableOccurrence).push_back(index);
   sensorCount_ = order.size();
 }
 
-bool CompactTableSampler::sample(const CollectorConfig& config, const std::string& table, SensorSample& out,
-                                 std::unordered_set<std::string>& filledWithDefault) const {
+bool CompactTableSampler::sample(const CollectorConfig& config, const SensorFields& fields, const std::string& table,
+                                 SensorSample& out) const {
   std::unordered_map<std::string, std::size_t> rowsSeen;
   std::size_t rows = 0;
   std::size_t matched = 0;
-  SensorRecord defaults;  // where the empty-field rule leaves its default
 
   forEachLine(table, [&](std::string_view line) {
     const auto bar = line.find('|');
     if (bar == std::string_view::npos) return;
     ++rows;
-    const std::string name = rowName(line.substr(0, bar));
+    const std::string name = compactRowName(line.substr(0, bar));
     const std::size_t occurrence = rowsSeen[name]++;
-    const auto named = sensorsByRowName_.find(name);
-    if (named == sensorsByRowName_.end() || occurrence >= named->second.size()) return;
+    const auto named = fieldsByRow_.find(name);
+    if (named == fieldsByRow_.end() || occurrence >= named->second.size()) return;
     ++matched;
-    const Sensor& sensor = named->second[occurrence];
-    const TableField& field = sensor.field;
-    if (field.fieldName.empty()) return;
-
-    std::optional<std::string> value = rowValue(config, sensor.listingName, field, line, bar);
-    if (!value) return;
-    bool isDefault = false;
-    if (!isValidValue(config, *value)) {
-      defaults.clear();
-      handleInvalidSensorValue(config, sensor.listingName, field.label, *value, defaults);
-      const auto stored = defaults.find(field.label);
-      if (stored == defaults.end()) return;
-      *value = stored->second;
-      isDefault = true;
-    }
-    parseFieldValue(config, field.label, *value);
-    const CollectorFieldType type = getFieldType(*value, field.kind);
-    // The verbose path drops a sensor without a typed value before it assembles the sample.
-    if (type == CollectorFieldType::Unknown) return;
-    if (storeSampleValue(field.label, field.fieldName, std::move(*value), type, field.type, out) && isDefault)
-      filledWithDefault.insert(field.fieldName);
+    for (const std::size_t index : named->second[occurrence]) sampleRow(config, fields[index], line, bar, out[index]);
   });
 
   const std::size_t unmatched = (rows - matched) + (sensorCount_ - matched);

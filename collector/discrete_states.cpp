@@ -8,9 +8,7 @@
 #include <utility>
 
 #include "collector/field_naming.h"
-#include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
-#include "collector/remote_bmc.h"
 #include "collector/text_scan.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
@@ -21,7 +19,6 @@ namespace ipmitool {
 
 namespace {
 
-constexpr const char* kDiscreteStatesCommand = "ipmitool sensor | grep discrete";
 // The two column markers of the compact table that are relied on.
 constexpr std::string_view kNaMarker = "discrete   | na";
 constexpr std::string_view kWordMarker = "discrete   | 0";
@@ -31,19 +28,13 @@ constexpr std::string_view::size_type kStatesWordLength = 6;
 }  // namespace
 
 void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSensorsData& discrete_sensors_data,
-                              const std::string& sensorName, SensorRecord& record) {
-  if (!config.includeDiscreteSensors || getSensorType(record) != Discrete) return;
-  if (record.count(kStatesAssertedLabel) != 0 || config.statesAssertedAsText) return;
+                              const std::string& sensorName, ListedSensor& sensor) {
+  if (!config.includeDiscreteSensors || getSensorType(sensor.record) != Discrete) return;
+  if (sensor.record.count(kStatesAssertedLabel) != 0 || config.statesAssertedAsText) return;
   const auto entry = discrete_sensors_data.find(sensorName);
   if (entry == discrete_sensors_data.end()) return;
-
-  std::string states = entry->second;
-  if (isValidValue(config, states)) {
-    record[kStatesAssertedLabel] = states;
-  } else {
-    // The empty text of an "na" sensor goes this way, where an empty field gets its default.
-    handleInvalidSensorValue(config, sensorName, kStatesAssertedLabel, states, record);
-  }
+  // The empty text of an "na" sensor is not valid: that is where an empty field gets its default.
+  storeSensorValue(config, sensorName, kStatesAssertedLabel, entry->second, sensor);
 }
 
 std::optional<std::string> discreteRowStates(const CollectorConfig& config, std::string_view line,
@@ -109,26 +100,6 @@ void readDiscreteStatesTable(const CollectorConfig& config, const std::string& o
       rejectedNames.insert(name);
     }
   });
-}
-
-void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data) {
-  std::string output;
-  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor | grep discrete"), output);
-  if (stopIsRequested()) return;
-  // Also the case of a machine without discrete sensors: grep then exits 1.
-  if (result != 0) {
-    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);
-    return;
-  }
-  parseDiscreteStatesTable(output, discrete_sensors_data);
-}
-
-void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
-                                                 DiscreteSensorsData& discrete_sensors_data) {
-  readDiscreteStatesTable(config_, output, schemaCreated ? &discreteSensorsAtStart : nullptr, discrete_sensors_data);
-  if (!schemaCreated) {
-    for (const auto& entry : discrete_sensors_data) discreteSensorsAtStart.insert(entry.first);
-  }
 }
 
 }  // namespace ipmitool

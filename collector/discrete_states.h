@@ -29,7 +29,7 @@ std::optional<std::string> discreteRowStates(const CollectorConfig& config, std:
 // Gives a discrete sensor's record its states word from the compact table, unless the
 // verbose listing already gave it one.
 void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSensorsData& discrete_sensors_data,
-                              const std::string& sensorName, SensorRecord& record);
+                              const std::string& sensorName, ListedSensor& sensor);
 
 }  // namespace ipmitool
 }  // namespace vtr

@@ -70,9 +70,21 @@ void convertToSnakeCase(std::string& text) {
   }
 }
 
+namespace {
+
+bool isMainValueLabel(const std::string& label) {
+  return label == kStatesAssertedLabel || label == kSensorReadingLabel;
+}
+
+}  // namespace
+
+bool nameTheSameField(const std::string& label, const std::string& other) {
+  return label == other || (isMainValueLabel(label) && isMainValueLabel(other));
+}
+
 void getFieldNameInSchema(const std::string& sensorName, const std::string& label, std::string& out) {
   // The sensor's main value carries the sensor's own name.
-  if (label == kStatesAssertedLabel || label == kSensorReadingLabel) {
+  if (isMainValueLabel(label)) {
     out = sensorName;
     return;
   }

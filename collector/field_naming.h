@@ -18,6 +18,9 @@ bool isValidKey(const std::string& key);
 void convertToSnakeCase(std::string& text);
 // The sensor's main value is named after the sensor; any other label adds "_<label>".
 void getFieldNameInSchema(const std::string& sensorName, const std::string& label, std::string& out);
+// Whether two labels of one sensor name the same field: the two main values both carry the
+// sensor's own name.
+bool nameTheSameField(const std::string& label, const std::string& other);
 // The field type a value text reads as; Unknown when it is neither decimal nor "0x" hexadecimal.
 CollectorFieldType getFieldType(std::string value, CollectorSensorType sensorType);
 CollectorSensorType getSensorType(const SensorRecord& record);

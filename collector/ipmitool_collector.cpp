@@ -1,10 +1,183 @@
 #include "collector/ipmitool_collector.h"
 
+#include <cstdlib>
+#include <utility>
+
+#include "collector/command_result.h"
+#include "collector/discrete_states.h"
+#include "collector/listing_labels.h"
+#include "collector/remote_bmc.h"
+#include "collector/sample_assembly.h"
+#include "collector/schema_builder.h"
+#include "collector/shell_run.h"
+#include "collector/stop_flag.h"
+#include "runtime/logger.h"
+#include "runtime/rate_limit.h"
+
 namespace vtr {
 namespace ipmitool {
 
+namespace {
+
+// The commands as their error lines name them, without time limit, sudo or LAN arguments.
+constexpr const char* kDiscreteStatesCommand = "ipmitool sensor | grep discrete";
+constexpr const char* kCompactTableCommand = "ipmitool sensor";
+
+}  // namespace
+
 IpmitoolCollector::IpmitoolCollector(const CollectorConfig& config, const volatile bool& stop_flag)
     : config_(config), stopRequested(stop_flag) {}
+
+int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& output) const {
+  if (isStopRequested(stopRequested)) {
+    vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Stop flag asserted - skipping command execution");
+    return -1;
+  }
+  const std::string line = composeCommandLine(command, config_.commandTimeout, config_.useSudo);
+  vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s'", line.c_str());
+
+  ShellRun run = runInOwnSession(line, config_.commandTimeout, stopRequested);
+  const bool ended = run.end == ShellEnd::Exited || run.end == ShellEnd::DeadlineKilled;
+  // A stop that came while the tool ran makes its output worthless.
+  if (ended && isStopRequested(stopRequested)) return -1;
+  const int result = commandResult(run, line);
+  if (ended) output = std::move(run.output);
+  return result;
+}
+
+void IpmitoolCollector::getDiscreteSensorStatesAssertedFieldsData(DiscreteSensorsData& discrete_sensors_data) {
+  std::string output;
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor | grep discrete"), output);
+  if (isStopRequested(stopRequested)) return;
+  // Also the case of a machine without discrete sensors: grep then exits 1.
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kDiscreteStatesCommand);
+    return;
+  }
+  parseDiscreteStatesTable(output, discrete_sensors_data);
+}
+
+void IpmitoolCollector::parseDiscreteStatesTable(const std::string& output,
+                                                 DiscreteSensorsData& discrete_sensors_data) {
+  readDiscreteStatesTable(config_, output, schemaCreated ? &discreteSensorsAtStart : nullptr, discrete_sensors_data);
+  if (!schemaCreated) {
+    for (const auto& entry : discrete_sensors_data) discreteSensorsAtStart.insert(entry.first);
+  }
+}
+
+void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing, ListingOrder* order) {
+  DiscreteSensorsData discrete_sensors_data;
+  if (config_.includeDiscreteSensors) {
+    getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
+    if (isStopRequested(stopRequested)) return;
+    if (discrete_sensors_data.empty()) {
+      vtr_log(VTR_LOG_ERR,
+              "[ipmitool collector] No numeric data found for discrete sensors for field 'States Asserted'.");
+    }
+  } else if (!config_.includeContinuousSensors) {
+    vtr_log_rate_limited(VTR_LOG_WARNING,
+                         "[ipmitool collector] No sensors will be collected since no sensor types are included.");
+    return;
+  }
+
+  std::string output;
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor -v"), output);
+  if (isStopRequested(stopRequested)) return;
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
+    return;
+  }
+  parseSensorListing(config_, output, discrete_sensors_data, listing, order);
+}
+
+bool IpmitoolCollector::readListing(SensorListing& listing, ListingOrder* order) {
+  getIpmitoolSensorData(listing, order);
+  if (isStopRequested(stopRequested)) return false;
+  if (listing.empty()) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+    return false;
+  }
+  return true;
+}
+
+void IpmitoolCollector::createSensorsIdsMap(const SensorListing& listing) {
+  if (!schemaCreated) sensorsIdsMap = uniqueSensorNames(listing);
+}
+
+std::string IpmitoolCollector::getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const {
+  const auto id = record.find(kSensorIdLabel);
+  if (id == record.end()) return "";
+  const auto saved = sensorsIdsMap.find(id->second);
+  return saved == sensorsIdsMap.end() ? "" : saved->second;
+}
+
+bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
+  if (schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Schema has already been created.");
+    return false;
+  }
+  SensorListing listing;
+  ListingOrder order;
+  if (!readListing(listing, &order)) return false;
+  createSensorsIdsMap(listing);
+
+  std::vector<SensorField> kept;
+  for (SensorField& field : buildSensorFields(listing, sensorsIdsMap, order)) {
+    auto info = createSchemaField(field.name, field.description, fieldTypeName(field.type), VTR_VALUE_TYPE_ABSOLUTE, 1);
+    if (!info) continue;  // a field without its record is no field of the event type either
+    fields.push_back(std::move(info));
+    kept.push_back(std::move(field));
+  }
+  fields_ = SensorFields(std::move(kept));
+  if (config_.singleRunSampling) compactTable_ = CompactTableSampler(order, fields_);
+  schemaCreated = true;
+  return true;
+}
+
+void IpmitoolCollector::freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
+  for (auto& info : fields) {
+    free(info->field_name);
+    free(info->description);
+    free(info->type_name);
+    info->field_name = nullptr;
+    info->description = nullptr;
+    info->type_name = nullptr;
+  }
+  fields.clear();
+}
+
+bool IpmitoolCollector::getSensorsData(SensorSample& out) {
+  out.assign(fields_.size(), FieldReading{});
+  return config_.singleRunSampling ? sampleCompactTable(out) : sampleVerboseListing(out);
+}
+
+bool IpmitoolCollector::sampleVerboseListing(SensorSample& out) {
+  SensorListing listing;
+  if (!readListing(listing)) return false;
+  if (!schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
+    return false;
+  }
+  assembleSample(fields_, sensorsIdsMap, listing, out);
+  return true;
+}
+
+bool IpmitoolCollector::sampleCompactTable(SensorSample& out) {
+  std::string table;
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor"), table);
+  if (isStopRequested(stopRequested)) return false;
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kCompactTableCommand);
+  } else if (!schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
+    return false;
+  } else if (compactTable_.sample(config_, fields_, table, out)) {
+    return true;
+  }
+  // A failed run and an empty table end the pass as an empty verbose listing does.
+  vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+  return false;
+}
 
 }  // namespace ipmitool
 }  // namespace vtr

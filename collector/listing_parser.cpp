@@ -8,9 +8,7 @@
 
 #include "collector/discrete_states.h"
 #include "collector/field_naming.h"
-#include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
-#include "collector/remote_bmc.h"
 #include "collector/text_scan.h"
 #include "collector/value_rules.h"
 #include "runtime/logger.h"
@@ -50,35 +48,10 @@ std::string listingSensorName(std::string_view sensorId) {
   return std::string(sensorId.substr(0, sensorId.find(" (")));
 }
 
-void IpmitoolCollector::getIpmitoolSensorData(SensorListing& listing, ListingOrder* order) {
-  DiscreteSensorsData discrete_sensors_data;
-  if (config_.includeDiscreteSensors) {
-    getDiscreteSensorStatesAssertedFieldsData(discrete_sensors_data);
-    if (stopIsRequested()) return;
-    if (discrete_sensors_data.empty()) {
-      vtr_log(VTR_LOG_ERR,
-              "[ipmitool collector] No numeric data found for discrete sensors for field 'States Asserted'.");
-    }
-  } else if (!config_.includeContinuousSensors) {
-    vtr_log_rate_limited(VTR_LOG_WARNING,
-                         "[ipmitool collector] No sensors will be collected since no sensor types are included.");
-    return;
-  }
-
-  std::string output;
-  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sensor -v"), output);
-  if (stopIsRequested()) return;
-  if (result != 0) {
-    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute 'ipmitool sensor -v' command.");
-    return;
-  }
-  parseSensorListing(config_, output, discrete_sensors_data, listing, order);
-}
-
 void parseSensorListing(const CollectorConfig& config, const std::string& output,
                         const DiscreteSensorsData& discrete_sensors_data, SensorListing& listing,
                         ListingOrder* order) {
-  SensorRecord record;
+  ListedSensor sensor;
   std::string sensorName;
   // Only whether the last stored line was "States Asserted" matters for continuation lines.
   bool afterStatesAsserted = false;
@@ -91,11 +64,11 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
   std::string label;
 
   const auto finishRecord = [&]() {
-    updateDiscreteSensorData(config, discrete_sensors_data, sensorName, record);
-    const bool kept = toAddSensorData(config, record);
+    updateDiscreteSensorData(config, discrete_sensors_data, sensorName, sensor);
+    const bool kept = toAddSensorData(config, sensor);
     if (order != nullptr && started) order->emplace_back(sensorName, kept);
-    if (kept) listing.push_back(std::move(record));
-    record.clear();
+    if (kept) listing.push_back(std::move(sensor));
+    sensor = ListedSensor{};
   };
 
   forEachLine(output, [&](std::string_view line) {
@@ -114,7 +87,7 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
       // A bracketed continuation of the states text, e.g. "[Device Present]".
       const bool bracketed = line.find('[') != std::string_view::npos && line.find(']') != std::string_view::npos;
       if (bracketed && afterStatesAsserted && config.statesAssertedAsText) {
-        std::string& states = record[kStatesAssertedLabel];
+        std::string& states = sensor.record[kStatesAssertedLabel];
         states += ' ';
         states += trimBlanks(line);
       }
@@ -151,11 +124,7 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
       afterStatesAsserted = false;
       return;
     }
-    if (isValidValue(config, value)) {
-      record[label] = std::move(value);
-    } else {
-      handleInvalidSensorValue(config, sensorName, label, value, record);
-    }
+    storeSensorValue(config, sensorName, label, std::move(value), sensor);
     afterStatesAsserted = label == kStatesAssertedLabel;
   });
   finishRecord();

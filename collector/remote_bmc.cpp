@@ -82,8 +82,6 @@ std::string lanArguments(const RemoteBmc& bmc) {
   return arguments;
 }
 
-}  // namespace
-
 std::string refuseBmcHost(const std::string& host) {
   if (host.empty() || splitHost(host)) return "";
   return "expected HOST, HOST:PORT, an IPv4 address or [IPv6]:PORT, the name of letters, digits, '.' and '-'";
@@ -123,6 +121,26 @@ std::string refuseBmcPasswordFile(const std::string& passwordFile) {
   if (!statted || !S_ISREG(status.st_mode)) return "not a regular file";
   if ((status.st_mode & (S_IRGRP | S_IROTH)) != 0) return "the file is readable by group or others (chmod 600 it)";
   return "";
+}
+
+}  // namespace
+
+std::string refuseBmcPart(BmcPart part, const std::string& value) {
+  switch (part) {
+    case BmcPart::Host:
+      return refuseBmcHost(value);
+    case BmcPart::User:
+      return refuseBmcUser(value);
+    case BmcPart::Interface:
+      return refuseBmcInterface(value);
+    case BmcPart::CipherSuite:
+      return refuseBmcCipherSuite(value);
+    case BmcPart::PrivilegeLevel:
+      return refuseBmcPrivilegeLevel(value);
+    case BmcPart::PasswordFile:
+      break;
+  }
+  return refuseBmcPasswordFile(value);
 }
 
 std::string ipmitoolCommand(const RemoteBmc& bmc, const std::string& arguments) {

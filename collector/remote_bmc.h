@@ -17,15 +17,34 @@ struct RemoteBmc {
   std::string passwordFile;    // empty: the tool reads IPMI_PASSWORD (-E)
 };
 
-// These values are pasted into a shell command line, so each is held to a strict character
-// set; the password file must also be readable here and by its owner only. Each returns why
-// its value is refused, or an empty text.
-std::string refuseBmcHost(const std::string& host);
-std::string refuseBmcUser(const std::string& user);
-std::string refuseBmcInterface(const std::string& interface);
-std::string refuseBmcCipherSuite(const std::string& cipherSuite);
-std::string refuseBmcPrivilegeLevel(const std::string& privilegeLevel);
-std::string refuseBmcPasswordFile(const std::string& passwordFile);
+// The values an option can set, one each.
+enum class BmcPart { Host, User, Interface, CipherSuite, PrivilegeLevel, PasswordFile };
+
+inline std::string& bmcPart(RemoteBmc& bmc, BmcPart part) {
+  switch (part) {
+    case BmcPart::Host:
+      return bmc.host;
+    case BmcPart::User:
+      return bmc.user;
+    case BmcPart::Interface:
+      return bmc.interface;
+    case BmcPart::CipherSuite:
+      return bmc.cipherSuite;
+    case BmcPart::PrivilegeLevel:
+      return bmc.privilegeLevel;
+    case BmcPart::PasswordFile:
+      break;
+  }
+  return bmc.passwordFile;
+}
+inline const std::string& bmcPart(const RemoteBmc& bmc, BmcPart part) {
+  return bmcPart(const_cast<RemoteBmc&>(bmc), part);
+}
+
+// Why a value is refused, or an empty text. These values are pasted into a shell command line,
+// so each is held to a strict character set; the password file must also be readable here and
+// by its owner only.
+std::string refuseBmcPart(BmcPart part, const std::string& value);
 
 // "ipmitool <arguments>", with the LAN arguments between the two when a host is set. The
 // password never appears: it is named by file (-f) or left to the environment (-E).

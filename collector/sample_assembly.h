@@ -3,16 +3,25 @@
 
 #include <string>
 
+#include "collector/collector_config.h"
 #include "collector/collector_types.h"
+#include "collector/sensor_fields.h"
+#include "collector/sensor_identity.h"
 
 namespace vtr {
 namespace ipmitool {
 
-// Puts a cleaned value of type `type` into the sample when the schema fixed that type for its
-// field, and says whether it did: the first value of a field wins. A value of another type
-// is skipped with a warning.
-bool storeSampleValue(const std::string& label, const std::string& fieldName, std::string&& value,
-                      CollectorFieldType type, CollectorFieldType expected, SensorSample& out);
+// Gives a field a cleaned value of type `type` when the schema fixed that type for it, and
+// says whether it did: the first value of a field wins. A value without a type, or of another
+// type, is skipped with a warning naming its label.
+bool storeSampleValue(const std::string& label, std::string&& value, CollectorFieldType type, bool isDefault,
+                      const SensorField& field, FieldReading& reading);
+
+// The readings of `fields` in a verbose listing: each kept sensor's values go to the fields
+// of its "Sensor ID". `names` (the start-up sensor names) serves the debug line that reports
+// every label without a field.
+void assembleSample(const SensorFields& fields, const SensorNames& names, const SensorListing& listing,
+                    SensorSample& out);
 
 }  // namespace ipmitool
 }  // namespace vtr

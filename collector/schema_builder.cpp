@@ -4,66 +4,65 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <tuple>
+#include <unordered_map>
 #include <utility>
 
+#include "collector/compact_table.h"
 #include "collector/field_naming.h"
-#include "collector/field_selection.h"
-#include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "collector/sensor_facts.h"
-#include "collector/value_rules.h"
 #include "runtime/logger.h"
 
 namespace vtr {
 namespace ipmitool {
 
-bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
-  if (schemaCreated) {
-    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Schema has already been created.");
-    return false;
-  }
-  SensorListing listing;
-  ListingOrder order;
-  const bool singleRun = config_.singleRunSampling;
-  if (!readListing(listing, singleRun ? &order : nullptr)) return false;
-  createSensorsIdsMap(listing);
-  // Per kept record, the field the compact table will give its value to.
-  std::vector<TableField> tableFields(singleRun ? listing.size() : 0);
+namespace {
 
-  std::string description;
+// Where the compact table prints each kept sensor: its row name and how many sensors of the
+// listing, kept or not, carry that name before it.
+std::vector<std::pair<std::string, std::size_t>> compactRowsOfKeptSensors(const ListingOrder& order) {
+  std::vector<std::pair<std::string, std::size_t>> rows;
+  std::unordered_map<std::string, std::size_t> seen;
+  for (const auto& [listingName, kept] : order) {
+    std::string row = compactRowName(listingName);
+    const std::size_t occurrence = seen[row]++;
+    if (kept) rows.emplace_back(std::move(row), occurrence);
+  }
+  return rows;
+}
+
+}  // namespace
+
+std::vector<SensorField> buildSensorFields(const SensorListing& listing, const SensorNames& names,
+                                           const ListingOrder& order) {
+  const auto rows = compactRowsOfKeptSensors(order);
+  std::vector<SensorField> fields;
   std::string fieldName;
   for (std::size_t index = 0; index < listing.size(); ++index) {
-    const SensorRecord& record = listing[index];
-    const CollectorSensorType kind = getSensorType(record);
-    const std::string name = getSavedUniqueSensorNameFromSensorData(record);
-    if (name.empty()) continue;  // left out: its name was not unique
-    getSensorDescription(record, kind, description);
-    const SensorFacts facts = sensorFactsOf(record, kind);
-
-    for (const auto& [label, rawValue] : record) {
-      if (!toAddSensorField(config_, label, kind)) continue;
-      std::string value = rawValue;
-      parseFieldValue(config_, label, value);
-      // The value seen now fixes the field's type for the provider's life.
-      const CollectorFieldType type = getFieldType(value, kind);
-      if (fieldTypeName(type).empty()) {
+    const ListedSensor& sensor = listing[index];
+    const std::string& sensorId = sensor.record.at(kSensorIdLabel);
+    const auto name = names.find(sensorId);
+    if (name == names.end()) continue;  // left out: its name was not unique
+    SensorField field;
+    getSensorDescription(sensor.record, sensor.kind, field.description);
+    field.sensor = sensorFactsOf(sensor.record, sensor.kind);
+    field.sensorId = sensorId;
+    if (index < rows.size()) std::tie(field.tableRowName, field.tableOccurrence) = rows[index];
+    for (const LabelValue& value : sensor.values) {
+      if (fieldTypeName(value.type).empty()) {
         vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Skipping field '%s' due to unknown type (value: %s).",
-                label.c_str(), value.c_str());
+                value.label->c_str(), value.text.c_str());
         continue;
       }
-      getFieldNameInSchema(name, label, fieldName);
-      auto info = createSchemaField(fieldName, description, fieldTypeName(type), VTR_VALUE_TYPE_ABSOLUTE, 1);
-      if (!info) continue;
-      schemaFieldTypes[fieldName] = type;
-      fieldSensorFacts_[fieldName] = facts;
-      fields.push_back(std::move(info));
-      if (singleRun && (label == kSensorReadingLabel || label == kStatesAssertedLabel))
-        tableFields[index] = TableField{kind, fieldName, label, type};
+      getFieldNameInSchema(name->second, *value.label, fieldName);
+      field.name = fieldName;
+      field.type = value.type;
+      field.label = value.label;
+      fields.push_back(field);
     }
   }
-  if (singleRun) compactTable_ = CompactTableSampler(order, tableFields);
-  schemaCreated = true;
-  return true;
+  return fields;
 }
 
 std::unique_ptr<vtr_type_field_info_t> createSchemaField(const std::string& fieldName, const std::string& description,
@@ -96,18 +95,6 @@ std::unique_ptr<vtr_type_field_info_t> createSchemaField(const std::string& fiel
   info->value_type = valueType;
   info->count = count;
   return std::unique_ptr<vtr_type_field_info_t>(info);
-}
-
-void IpmitoolCollector::freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields) {
-  for (auto& info : fields) {
-    free(info->field_name);
-    free(info->description);
-    free(info->type_name);
-    info->field_name = nullptr;
-    info->description = nullptr;
-    info->type_name = nullptr;
-  }
-  fields.clear();
 }
 
 }  // namespace ipmitool

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "collector/field_naming.h"
-#include "collector/ipmitool_collector.h"
 #include "collector/listing_labels.h"
 #include "runtime/logger.h"
 
@@ -64,13 +63,12 @@ int getSensorNumber(const std::string& sensorId) {
   return -1;
 }
 
-void IpmitoolCollector::createSensorsIdsMap(const SensorListing& listing) {
-  if (schemaCreated) return;
-
+SensorNames uniqueSensorNames(const SensorListing& listing) {
+  SensorNames uniqueNames;
   std::unordered_map<std::string, uint32_t> nameCounts;
   std::unordered_map<std::string, std::string> namesById;
-  for (const SensorRecord& record : listing) {
-    const std::string& id = record.at(kSensorIdLabel);
+  for (const ListedSensor& sensor : listing) {
+    const std::string& id = sensor.record.at(kSensorIdLabel);
     std::string name;
     getSensorName(id, name);
     ++nameCounts[name];
@@ -97,15 +95,9 @@ void IpmitoolCollector::createSensorsIdsMap(const SensorListing& listing) {
               id.c_str());
       continue;
     }
-    sensorsIdsMap[id] = std::move(candidate);
+    uniqueNames[id] = std::move(candidate);
   }
-}
-
-std::string IpmitoolCollector::getSavedUniqueSensorNameFromSensorData(const SensorRecord& record) const {
-  const auto id = record.find(kSensorIdLabel);
-  if (id == record.end()) return "";
-  const auto saved = sensorsIdsMap.find(id->second);
-  return saved == sensorsIdsMap.end() ? "" : saved->second;
+  return uniqueNames;
 }
 
 }  // namespace ipmitool

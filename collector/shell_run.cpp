@@ -17,6 +17,8 @@
 #include <cstring>
 #include <memory>
 
+#include "collector/stop_flag.h"
+
 extern char** environ;
 
 namespace vtr {
@@ -49,7 +51,6 @@ class FileDescriptor {
   int fd_;
 };
 
-bool stopIsSet(const volatile bool& flag) { return __atomic_load_n(&flag, __ATOMIC_ACQUIRE); }
 
 // posix_spawn: nothing but async-signal-safe work happens between fork and exec, whatever
 // other threads of the host do. The child leads a session of its own (so it has no terminal
@@ -163,7 +164,7 @@ ShellEnd watch(pid_t pid, FileDescriptor& reader, Clock::time_point deadline, co
   const FileDescriptor exitWatch(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
   const std::unique_ptr<char[]> block(new char[kReadBlockBytes]);
   for (;;) {
-    if (stopIsSet(stopFlag)) return ShellEnd::Stopped;
+    if (isStopRequested(stopFlag)) return ShellEnd::Stopped;
     if (shellEnded(pid)) {
       if (reader.valid() && !readAvailable(reader.get(), block.get(), output)) reader.reset();
       return output.size() > kMaxCommandOutputBytes ? ShellEnd::OutputTooLarge : ShellEnd::Exited;

@@ -1,8 +1,10 @@
 #include "collector/value_rules.h"
 
 #include <string>
+#include <utility>
 
 #include "collector/field_naming.h"
+#include "collector/field_selection.h"
 #include "collector/listing_labels.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
@@ -13,21 +15,6 @@ namespace ipmitool {
 namespace {
 
 constexpr std::string::size_type kMaxStatesTextLength = 64;
-
-// The text a missing value of this type is replaced with; empty means no default.
-std::string defaultValueText(CollectorFieldType type) {
-  switch (type) {
-    case CollectorFieldType::Double:
-      return "0.0";
-    case CollectorFieldType::Uint64:
-    case CollectorFieldType::Uint16:
-      return "0x0";
-    case CollectorFieldType::Timestamp:
-      return "0";
-    default:
-      return "";
-  }
-}
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
   for (auto pos = text.find(from); pos != std::string::npos; pos = text.find(from, pos + 1)) {
@@ -55,7 +42,8 @@ void cleanStatesText(std::string& value) {
 
 }  // namespace
 
-bool toAddSensorData(const CollectorConfig& config, const SensorRecord& record) {
+bool toAddSensorData(const CollectorConfig& config, ListedSensor& sensor) {
+  const SensorRecord& record = sensor.record;
   if (record.count(kSensorIdLabel) == 0) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Sensor ID not found in sensor data. Skipping sensor.");
     return false;
@@ -64,27 +52,30 @@ bool toAddSensorData(const CollectorConfig& config, const SensorRecord& record) 
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Entity ID not found in sensor data. Skipping sensor.");
     return false;
   }
-  const CollectorSensorType kind = getSensorType(record);
-  if (kind == Unknown) {
+  sensor.kind = getSensorType(record);
+  if (sensor.kind == Unknown) {
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Sensor type is unknown. Skipping sensor.");
     return false;
   }
-  if ((kind == Discrete && !config.includeDiscreteSensors) ||
-      (kind == Threshold && !config.includeContinuousSensors)) {
+  if ((sensor.kind == Discrete && !config.includeDiscreteSensors) ||
+      (sensor.kind == Threshold && !config.includeContinuousSensors)) {
     return false;
   }
   // Worth keeping only if some selected label has a publishable value right now.
-  const auto& fields = kind == Discrete ? config.discreteFields : config.continuousFields;
-  for (const auto& [label, selected] : fields) {
-    if (!selected) continue;
+  bool publishable = false;
+  const auto& fields = sensor.kind == Discrete ? config.discreteFields : config.continuousFields;
+  for (const auto& entry : fields) {
+    const std::string& label = entry.first;
+    if (!toAddSensorField(config, label, sensor.kind)) continue;
     const auto it = record.find(label);
     if (it == record.end()) continue;
     std::string value = it->second;
     parseFieldValue(config, label, value);
-    const CollectorFieldType type = getFieldType(value, kind);
-    if (type != CollectorFieldType::Unknown && !fieldTypeName(type).empty()) return true;
+    const CollectorFieldType type = getFieldType(value, sensor.kind);
+    publishable = publishable || type != CollectorFieldType::Unknown;
+    sensor.values.push_back(LabelValue{&label, std::move(value), type});
   }
-  return false;
+  return publishable;
 }
 
 void parseFieldValue(const CollectorConfig& config, const std::string& label, std::string& value) {
@@ -99,31 +90,40 @@ bool isValidValue(const CollectorConfig& config, const std::string& value) {
   return !value.empty() && config.invalidValues.count(value) == 0;
 }
 
-void handleInvalidSensorValue(const CollectorConfig& config, const std::string& sensorName, const std::string& label,
-                              std::string& value, SensorRecord& record) {
+InvalidValue handleInvalidSensorValue(const CollectorConfig& config, const std::string& sensorName,
+                                      const std::string& label, std::string& value) {
   if (!config.includeEmptyFields) {
     vtr_log_rate_limited(VTR_LOG_DEBUG,
                          "[ipmitool collector] Value for sensor '%s', field '%s' is missing. Skipping this field.",
                          sensorName.c_str(), label.c_str());
-    return;
+    return InvalidValue::Dropped;
   }
   const auto typed = config.fieldDefaultTypes.find(label);
   if (typed != config.fieldDefaultTypes.end()) {
     value = defaultValueText(typed->second);
-    if (value.empty()) return;
+    if (value.empty()) return InvalidValue::Dropped;
     vtr_log_rate_limited(VTR_LOG_DEBUG,
                          "[ipmitool collector] Value for sensor '%s', field '%s' is missing. Using default value: '%s'.",
                          sensorName.c_str(), label.c_str(), value.c_str());
-    record[label] = value;
-    record[defaultMarkLabel(label)];
-    return;
+    return InvalidValue::Default;
   }
   // Keeps the sensor recognisable as discrete even when its type text is unusable.
   if (label == kDiscreteTypeLabel && config.includeDiscreteSensors) {
     vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool collector] The type for discrete sensor '%s' is unknown.",
                          sensorName.c_str());
-    record[label] = value;
+    return InvalidValue::Kept;
   }
+  return InvalidValue::Dropped;
+}
+
+void storeSensorValue(const CollectorConfig& config, const std::string& sensorName, const std::string& label,
+                      std::string value, ListedSensor& sensor) {
+  if (isValidValue(config, value)) {
+    sensor.store(label, std::move(value), false);
+    return;
+  }
+  const InvalidValue outcome = handleInvalidSensorValue(config, sensorName, label, value);
+  if (outcome != InvalidValue::Dropped) sensor.store(label, std::move(value), outcome == InvalidValue::Default);
 }
 
 }  // namespace ipmitool

@@ -15,11 +15,22 @@ namespace ipmitool {
 bool isValidValue(const CollectorConfig& config, const std::string& value);
 // Cuts a reading down to its number, and a states text to its comma-separated states.
 void parseFieldValue(const CollectorConfig& config, const std::string& label, std::string& value);
-// Leaves an invalid value out, or (with empty fields included) stores its type's default.
-void handleInvalidSensorValue(const CollectorConfig& config, const std::string& sensorName, const std::string& label,
-                              std::string& value, SensorRecord& record);
-// Whether a parsed sensor is kept: identified, of an included kind, with a publishable value.
-bool toAddSensorData(const CollectorConfig& config, const SensorRecord& record);
+
+// What becomes of a value that is not valid.
+enum class InvalidValue {
+  Dropped,  // left out
+  Default,  // `value` is now its type's empty-field default
+  Kept,     // kept as it stands (a discrete sensor's unusable type text, so it stays discrete)
+};
+InvalidValue handleInvalidSensorValue(const CollectorConfig& config, const std::string& sensorName,
+                                      const std::string& label, std::string& value);
+// Stores a label's value in the sensor when it is valid, else what the rule above makes of it.
+void storeSensorValue(const CollectorConfig& config, const std::string& sensorName, const std::string& label,
+                      std::string value, ListedSensor& sensor);
+
+// Whether a complete sensor is kept: identified, of an included kind, with a publishable
+// value. Sets the sensor's kind and its selected values, cleaned and typed.
+bool toAddSensorData(const CollectorConfig& config, ListedSensor& sensor);
 
 }  // namespace ipmitool
 }  // namespace vtr

@@ -7,8 +7,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const volatile bool stop = false;
-  vtr::ipmitool::CollectorConfig config(true, true, size % 2 == 0, "", 30, false);
-  vtr::ipmitool::IpmitoolCollector collector(config, stop);
+  vtr::ipmitool::CollectorOptions options;
+  options.includeDiscreteSensors = true;
+  options.includeEmptyFields = size % 2 == 0;
+  vtr::ipmitool::IpmitoolCollector collector(vtr::ipmitool::CollectorConfig(options), stop);
   std::string output(reinterpret_cast<const char*>(data), size);
   std::unordered_map<std::string, std::string> states;
   collector.parseDiscreteStatesTable(output, states);

@@ -1,23 +1,35 @@
 // Verbose sensor listings of any shape, with discrete sensors included so that every branch
-// of the parser runs; the first byte picks whether the states are kept as text.
+// of the parser runs, taken through every start-up step to the fields and then sampled as a
+// later listing and as a compact table; the first byte picks whether empty fields are kept
+// and whether the states are kept as text.
 #include <cstdint>
 #include <string>
 #include <unordered_map>
 
-#include "collector/ipmitool_collector.h"
+#include "collector/compact_table.h"
 #include "collector/listing_parser.h"
+#include "collector/sample_assembly.h"
+#include "collector/schema_builder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace vtr::ipmitool;
   if (size == 0) return 0;
-  static const volatile bool stop = false;
-  vtr::ipmitool::CollectorConfig config(true, true, (data[0] & 1) != 0, "N/A,,disabled", 30, false);
+  CollectorOptions options;
+  options.includeDiscreteSensors = true;
+  options.includeEmptyFields = (data[0] & 1) != 0;
+  options.invalidSensorValues = "N/A,,disabled";
+  CollectorConfig config(options);
   config.statesAssertedAsText = (data[0] & 2) != 0;
-  vtr::ipmitool::IpmitoolCollector collector(config, stop);
   std::string output(reinterpret_cast<const char*>(data + 1), size - 1);
   std::unordered_map<std::string, std::string> states{{"PS1 Status", "0x0100"}, {"Temp", "0x0080"}};
-  vtr::ipmitool::SensorListing listing;
-  parseSensorListing(collector.config(), output, states, listing);
-  collector.createSensorsIdsMap(listing);
-  for (const auto& record : listing) collector.getSavedUniqueSensorNameFromSensorData(record);
+  SensorListing listing;
+  ListingOrder order;
+  parseSensorListing(config, output, states, listing, &order);
+  const SensorNames names = uniqueSensorNames(listing);
+  const SensorFields fields(buildSensorFields(listing, names, order));
+  SensorSample sample(fields.size());
+  assembleSample(fields, names, listing, sample);
+  SensorSample fromTable(fields.size());
+  CompactTableSampler(order, fields).sample(config, fields, output, fromTable);
   return 0;
 }

@@ -4,7 +4,6 @@
 
 #include "collector/ipmitool_collector.h"
 #include "provider/event_provider.h"
-#include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
@@ -59,7 +58,7 @@ vtr_event_provider_t* construct_event_provider(vtr_custom_options* options) {
   provider_t& provider = vtr::ipmitool::static_provider;
   vtr::ipmitool::reset_provider(provider);
   try {
-    vtr::ipmitool::read_provider_options(provider, options);
+    vtr::ipmitool::read_provider_options(provider.options, options);
   } catch (const std::exception& error) {
     vtr_log(VTR_LOG_ERR,
             "[ipmitool] [%s] Failed to construct ipmitool provider: could not retrieve configuration options (%s)",
@@ -97,9 +96,9 @@ void ipmitool_provider_destroy(vtr_event_provider_t* record) {
   provider->collector = nullptr;
   free(provider->event_buffer);
   provider->event_buffer = nullptr;
-  std::vector<uint8_t>().swap(provider->pass_field_status);
-  std::vector<uint8_t>().swap(provider->handed_field_status);
-  vtr::ipmitool::drop_field_facts(*provider);
+  provider->pass_field_status = {};
+  provider->handed_field_status.clear();
+  std::vector<vtr_ipmitool_sensor_facts_t>().swap(provider->sensor_facts);
   pthread_cond_destroy(&provider->stop_wake);
   pthread_mutex_destroy(&provider->mutex);
 }

@@ -21,11 +21,22 @@ typedef enum vtr_field_status {
   VTR_FIELD_EMPTY_DEFAULT = 4    /* the tool had no reading: filled with the empty-field default */
 } vtr_field_status_t;
 
-/* The status of every field of the event most recently handed over by `progress`, in schema
-   order (the timestamp first, always VTR_FIELD_READ), one vtr_field_status_t per byte.
-   `statuses` is owned by the caller and receives at most `capacity` entries. Returns the
-   number of fields of the event type, or -1 when `provider` is null or no event has been
-   handed over yet. Call it on the thread that calls `progress`, after that call. */
+/* The status of every field of one event handed over by `progress`, in schema order (the
+   timestamp first, always VTR_FIELD_READ), one vtr_field_status_t per byte. The event is named
+   by its own timestamp field (field 0: microseconds since the Unix epoch, as the event holds
+   it), so a host that drains several events into one block reads each event's own statuses;
+   the provider keeps them for the 16 events it handed over last. `statuses` is owned by the
+   caller and receives at most `capacity` entries. Returns the number of fields of the event
+   type, or -1 when `provider` is null or holds no statuses for that event (never handed over,
+   or older than the last 16). Call it on the thread that calls `progress`, after that call. */
+VTR_API int vtr_ipmitool_event_field_status(vtr_event_provider_t* provider, uint64_t event_timestamp_us,
+                                            uint8_t* statuses, size_t capacity);
+
+typedef int (*vtr_ipmitool_event_field_status_fn)(vtr_event_provider_t* provider, uint64_t event_timestamp_us,
+                                                  uint8_t* statuses, size_t capacity);
+
+/* The same for the event most recently handed over; -1 before the first. Kept for hosts that
+   drain one event at a time. */
 VTR_API int vtr_ipmitool_field_status(vtr_event_provider_t* provider, uint8_t* statuses, size_t capacity);
 
 typedef int (*vtr_ipmitool_field_status_fn)(vtr_event_provider_t* provider, uint8_t* statuses, size_t capacity);

@@ -7,7 +7,6 @@
 
 #include "collector/collector_config.h"
 #include "collector/ipmitool_collector.h"
-#include "collector/remote_bmc.h"
 #include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
@@ -31,14 +30,6 @@ class CollectedFields {
 
   FieldInfoRecords records;
 };
-
-CollectorConfig collector_config_from(const provider_t& provider) {
-  const RemoteBmc bmc{provider.bmc_host,          provider.bmc_user,           provider.bmc_interface,
-                      provider.bmc_cipher_suite, provider.bmc_privilege_level, provider.bmc_password_file};
-  return CollectorConfig(provider.include_discrete_sensors, provider.include_continuous_sensors,
-                         provider.include_empty_fields, provider.invalid_sensor_values, provider.command_timeout,
-                         provider.use_sudo, provider.single_run_sampling, bmc);
-}
 
 // The event type's fields: the timestamp, then shallow copies of the collector's records.
 std::vector<vtr_type_field_info_t> event_fields(const FieldInfoRecords& collected) {
@@ -77,7 +68,7 @@ const char* build_field_descriptors(provider_t& provider, const vtr_type_definit
 // Whatever was built before a failure stays in `provider` for the destroy callback.
 const char* build_provider(provider_t& provider, vtr_type_system_t* type_system, CollectedFields& collected) {
   try {
-    provider.collector = new IpmitoolCollector(collector_config_from(provider), provider.stop_requested);
+    provider.collector = new IpmitoolCollector(CollectorConfig(provider.options.collector), provider.stop_requested);
   } catch (const std::exception&) {
     return "Failed to create 'IpmitoolCollector'.";
   }
@@ -100,7 +91,7 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
 
   const vtr_schema_t* schema = type_system->schemas[provider.schema_id];
   if (const char* error = build_field_descriptors(provider, schema->types[provider.type_id])) return error;
-  keep_field_facts(provider, *schema->types[provider.type_id]);
+  keep_sensor_facts(provider);
 
   provider.event_buffer = static_cast<uint8_t*>(calloc(1, provider.event_size));
   if (provider.event_buffer == nullptr) return "Failed to allocate memory for ipmitool event data.";
@@ -111,7 +102,7 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
 // error text (kept in `refusal`), or null.
 const char* refuse_options(const provider_t& provider, std::string& refusal) {
   try {
-    refusal = refused_option(provider);
+    refusal = refused_option(provider.options);
   } catch (const std::exception&) {
     return "Failed to check the remote BMC options.";
   }

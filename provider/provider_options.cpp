@@ -1,7 +1,8 @@
+#include "provider/provider_options.h"
+
 #include <string>
 #include <variant>
 
-#include "collector/remote_bmc.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
 #include "runtime/options.h"
@@ -15,94 +16,55 @@ namespace {
 constexpr const char* kReader = "construct_event_provider";
 constexpr const char* kEnvironmentPrefix = "VTR_";
 
-// The three kinds of option value: each knows its default, where the provider keeps it and
-// how its info line prints it.
-struct Flag {
-  bool default_value;
-  bool provider_t::*stored_in;
-};
-
-struct Seconds {
-  unsigned int default_value;
-  unsigned int provider_t::*stored_in;
-  // Longer values are allowed but advised against with a warning; 0: no advice.
-  unsigned int advised_minutes = 0;
-};
-
-struct Text {
-  const char* default_value;
-  std::string provider_t::*stored_in;
-  // Why `initialize` refuses a value (an empty text: it does not); null: every value is taken.
-  std::string (*refuse)(const std::string& value) = nullptr;
-};
-
-struct ProviderOption {
-  const char* key;
-  std::variant<Flag, Seconds, Text> value;
-};
-
-// Every option of the provider, in the order they are read and logged.
-const ProviderOption kProviderOptions[] = {
-    {"ipmitool-include-discrete-sensors", Flag{false, &provider_t::include_discrete_sensors}},
-    {"ipmitool-include-continuous-sensors", Flag{true, &provider_t::include_continuous_sensors}},
-    {"ipmitool-command-timeout", Seconds{30, &provider_t::command_timeout, 5}},
-    {"ipmitool-use-sudo", Flag{false, &provider_t::use_sudo}},
-    {"ipmitool-include-empty-fields", Flag{false, &provider_t::include_empty_fields}},
-    {"ipmitool-sample-interval-sec", Seconds{30, &provider_t::sample_interval_sec}},
-    {"ipmitool-invalid-sensor-values", Text{"", &provider_t::invalid_sensor_values}},
-    {"ipmitool-single-run-sampling", Flag{false, &provider_t::single_run_sampling}},
-    {"ipmitool-bmc-host", Text{"", &provider_t::bmc_host, refuseBmcHost}},
-    {"ipmitool-bmc-user", Text{"", &provider_t::bmc_user, refuseBmcUser}},
-    {"ipmitool-bmc-interface", Text{"lanplus", &provider_t::bmc_interface, refuseBmcInterface}},
-    {"ipmitool-bmc-cipher-suite", Text{"", &provider_t::bmc_cipher_suite, refuseBmcCipherSuite}},
-    {"ipmitool-bmc-privilege-level", Text{"", &provider_t::bmc_privilege_level, refuseBmcPrivilegeLevel}},
-    {"ipmitool-bmc-password-file", Text{"", &provider_t::bmc_password_file, refuseBmcPasswordFile}},
-};
-
 template <typename T>
 T lookup(const vtr_custom_options* options, const char* key, const T& default_value) {
   return vtr::plugin::get_configuration_option<T>(options, key, default_value, kEnvironmentPrefix);
 }
 
-// Reads one option into the provider and logs the value it took.
+// Reads one option into the record and logs the value it took.
 struct OptionReader {
-  provider_t& provider;
+  ProviderOptions& record;
   const vtr_custom_options* options;
   const char* key;
 
-  void operator()(const Flag& flag) const {
-    const bool value = provider.*flag.stored_in = lookup(options, key, flag.default_value);
+  void operator()(const FlagOption& flag) const {
+    const bool value = flag.in(record) = lookup(options, key, flag.defaultValue);
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, vtr::boolean_to_string(value));
   }
 
-  void operator()(const Seconds& seconds) const {
-    const unsigned int value = provider.*seconds.stored_in = lookup(options, key, seconds.default_value);
+  void operator()(const SecondsOption& seconds) const {
+    const unsigned int value = seconds.in(record) = lookup(options, key, seconds.defaultValue);
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%u'.", kReader, key, value);
-    if (seconds.advised_minutes != 0 && value >= seconds.advised_minutes * 60)
-      vtr_log(VTR_LOG_WARNING, "[ipmitool] [%s] '%s' exceeds %u minutes.", kReader, key, seconds.advised_minutes);
+    if (seconds.advisedMinutes != 0 && value >= seconds.advisedMinutes * 60)
+      vtr_log(VTR_LOG_WARNING, "[ipmitool] [%s] '%s' exceeds %u minutes.", kReader, key, seconds.advisedMinutes);
   }
 
-  void operator()(const Text& text) const {
-    const std::string& value = provider.*text.stored_in = lookup(options, key, std::string(text.default_value));
+  void operator()(const TextOption& text) const { readText(text.in(record), text.defaultValue); }
+  void operator()(const BmcOption& bmc) const {
+    readText(bmcPart(record.collector.remoteBmc, bmc.part), bmc.defaultValue);
+  }
+
+  void readText(std::string& storedIn, const char* defaultValue) const {
+    const std::string& value = storedIn = lookup(options, key, std::string(defaultValue));
     vtr_log(VTR_LOG_INFO, "[ipmitool] [%s] '%s' is set to '%s'.", kReader, key, value.c_str());
   }
 };
 
 }  // namespace
 
-std::string refused_option(const provider_t& provider) {
+std::string refused_option(const ProviderOptions& options) {
   for (const ProviderOption& option : kProviderOptions) {
-    const Text* text = std::get_if<Text>(&option.value);
-    if (text == nullptr || text->refuse == nullptr) continue;
-    const std::string reason = text->refuse(provider.*text->stored_in);
+    const BmcOption* value = std::get_if<BmcOption>(&option.value);
+    if (value == nullptr) continue;
+    const std::string reason = refuseBmcPart(value->part, bmcPart(options.collector.remoteBmc, value->part));
     if (!reason.empty()) return std::string("Option '") + option.key + "' refused: " + reason + ".";
   }
   return "";
 }
 
-void read_provider_options(provider_t& provider, const vtr_custom_options* options) {
+void read_provider_options(ProviderOptions& record, const vtr_custom_options* options) {
   for (const ProviderOption& option : kProviderOptions)
-    std::visit(OptionReader{provider, options, option.key}, option.value);
+    std::visit(OptionReader{record, options, option.key}, option.value);
 }
 
 }  // namespace ipmitool

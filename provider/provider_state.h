@@ -9,9 +9,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "collector/stop_flag.h"
 #include "provider/event_provider.h"
-#include "provider/field_facts.h"
+#include "provider/field_status.h"
 #include "provider/host_extensions.h"
+#include "provider/provider_options.h"
 #include "src/data/schema.h"
 
 namespace vtr {
@@ -46,41 +48,26 @@ struct provider_t {
   bool initializing = false;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   // Written by `stop`, read by the sampling thread and the collector: go through
-  // request_stop()/stop_was_requested() so both sides see one atomic access.
+  // request_stop() and collector/stop_flag.h so both sides see one atomic access.
   volatile bool stop_requested = false;
   // Wakes the pause between passes when stop is requested; waited on with `mutex`.
   pthread_cond_t stop_wake = PTHREAD_COND_INITIALIZER;
 
-  // The options, read by construct_event_provider from the table in provider_options.cpp.
-  bool include_discrete_sensors = false;
-  bool include_continuous_sensors = false;
-  unsigned int command_timeout = 0;
-  bool use_sudo = false;
-  bool include_empty_fields = false;
-  unsigned int sample_interval_sec = 0;
-  std::string invalid_sensor_values;
-  bool single_run_sampling = false;
-  // A remote BMC: an empty host means the local one (see collector/remote_bmc.h).
-  std::string bmc_host;
-  std::string bmc_user;
-  std::string bmc_interface;
-  std::string bmc_cipher_suite;
-  std::string bmc_privilege_level;
-  std::string bmc_password_file;
+  // The options, read by construct_event_provider from the table in provider_options.h.
+  ProviderOptions options;
 
   uint16_t field_count = 0;                // fields of the event type, timestamp included
   field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
   IpmitoolCollector* collector = nullptr;  // owned
 
-  // Per field, in schema order, a vtr_field_status_t of the pass that filled the buffer and
-  // of the event `progress` handed over last; guarded by `mutex`.
-  std::vector<uint8_t> pass_field_status;
-  std::vector<uint8_t> handed_field_status;
+  // The status of every field of the pass that filled the buffer, and of the events `progress`
+  // handed over last; guarded by `mutex`.
+  EventFieldStatus pass_field_status;
+  HandedFieldStatuses handed_field_status;
 
-  // Per field, in schema order, what the listing said about its sensor, and the C records
-  // vtr_ipmitool_sensor_facts hands out, pointing into it; fixed by initialize, freed by destroy.
-  std::vector<field_facts_t> field_facts;
-  std::vector<vtr_ipmitool_sensor_facts_t> field_facts_view;
+  // The records vtr_ipmitool_sensor_facts hands out, one per field in schema order, pointing
+  // into the collector's fields; fixed by initialize, freed by destroy.
+  std::vector<vtr_ipmitool_sensor_facts_t> sensor_facts;
 };
 
 // The record must be the first member for provider_from_record to be valid.
@@ -99,7 +86,7 @@ inline provider_t* provider_from_record(vtr_event_provider_t* record) {
 // Under the mutex, so that a pause about to begin cannot miss the wake-up.
 inline void request_stop(provider_t* provider) {
   pthread_mutex_lock(&provider->mutex);
-  __atomic_store_n(&provider->stop_requested, true, __ATOMIC_RELEASE);
+  setStopRequested(provider->stop_requested);
   pthread_cond_broadcast(&provider->stop_wake);
   pthread_mutex_unlock(&provider->mutex);
 }
@@ -107,25 +94,21 @@ inline void request_stop(provider_t* provider) {
 // A failed initialize destroys the provider's mutex, while a host on another thread may be
 // stopping that initialize: this lock, which lives as long as the process, orders the two.
 std::mutex& initialize_stop_lock();
-
 inline void set_initializing(provider_t* provider, bool initializing) {
   std::lock_guard<std::mutex> lock(initialize_stop_lock());
   provider->initializing = initializing;
 }
 
-inline bool stop_was_requested(const provider_t* provider) {
-  return __atomic_load_n(&provider->stop_requested, __ATOMIC_ACQUIRE);
-}
 
 // Callbacks, in the order of the record's slots.
 bool ipmitool_provider_initialize(vtr_event_provider_t* record, vtr_type_system_t* type_system);
 
-// Reads the options into `provider`, logging each value. Throws only what a lookup
-// throws (allocation failure).
-void read_provider_options(provider_t& provider, const vtr_custom_options* options);
+// Reads the options into `record`, logging each value. Throws only what a lookup throws
+// (allocation failure).
+void read_provider_options(ProviderOptions& record, const vtr_custom_options* options);
 // Why `initialize` must refuse the options as read, naming the first option refused; empty
 // when every value is acceptable.
-std::string refused_option(const provider_t& provider);
+std::string refused_option(const ProviderOptions& options);
 
 }  // namespace ipmitool
 }  // namespace vtr

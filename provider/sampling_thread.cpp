@@ -3,12 +3,10 @@
 #include <pthread.h>
 #include <time.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
-#include <string>
 
 #include "collector/ipmitool_collector.h"
 #include "provider/field_info.h"
@@ -27,25 +25,6 @@ constexpr uint64_t kMicrosecondsPerSecond = 1000000;
 // Names the lines of a pass and of the loop carry, whichever helper writes them.
 constexpr const char* kPass = "ipmitool_provider_generate_events";
 constexpr const char* kLoop = "ipmitool_thread_callback";
-
-// Value used when a field is missing from the sample: reads as 0 in its slot.
-const std::string& stand_by_text(CollectorFieldType kind) {
-  static const std::string kDouble = "0.0";
-  static const std::string kInteger = "0x0";
-  static const std::string kTimestamp = "0";
-  static const std::string kNone;
-  switch (kind) {
-    case CollectorFieldType::Double:
-      return kDouble;
-    case CollectorFieldType::Uint64:
-    case CollectorFieldType::Uint16:
-      return kInteger;
-    case CollectorFieldType::Timestamp:
-      return kTimestamp;
-    default:
-      return kNone;
-  }
-}
 
 template <typename T>
 void store_at(uint8_t* event, uint64_t offset, T value) {
@@ -95,13 +74,11 @@ bool convert_field(const field_info_t& info, const char* name, const std::string
 
 }  // namespace
 
-void write_sample_to_event(provider_t* provider, const SensorSample& sample,
-                           const std::unordered_set<std::string>& filled_with_default, uint64_t timestamp_us) {
-  // The lookup key keeps its storage from pass to pass, so lookups do not allocate.
-  static thread_local std::string key;
+void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
   uint8_t* event = provider->event_buffer;
-  std::vector<uint8_t>& status = provider->pass_field_status;
-  status.assign(provider->field_count, VTR_FIELD_MISSING);
+  EventFieldStatus& pass = provider->pass_field_status;
+  pass.timestamp_us = timestamp_us;
+  pass.statuses.assign(provider->field_count, VTR_FIELD_MISSING);
   for (uint16_t i = 0; i < provider->field_count; ++i) {
     const field_info_t* info = provider->field_infos[i];
     if (info == nullptr) {
@@ -110,20 +87,19 @@ void write_sample_to_event(provider_t* provider, const SensorSample& sample,
     }
     if (i == 0) {
       store_at(event, info->offset, timestamp_us);
-      status[i] = VTR_FIELD_READ;
+      pass.statuses[i] = VTR_FIELD_READ;
       continue;
     }
-    // A nameless field is never in the sample; it is reported as missing.
+    // Field i of the event type is field i - 1 of the collector.
     const char* name = info->name != nullptr ? info->name : "";
-    key.assign(name);
-    const auto found = sample.find(key);
-    if (found == sample.end()) {
+    const FieldReading* reading = i <= sample.size() ? &sample[i - 1] : nullptr;
+    if (reading == nullptr || !reading->hasValue()) {
       vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not retrieve value for '%s'", kPass, name);
-      convert_field(*info, name, stand_by_text(info->kind), event);
-    } else if (!convert_field(*info, name, found->second, event)) {
-      status[i] = VTR_FIELD_NOT_CONVERTIBLE;
+      convert_field(*info, name, defaultValueText(info->kind), event);
+    } else if (!convert_field(*info, name, reading->text, event)) {
+      pass.statuses[i] = VTR_FIELD_NOT_CONVERTIBLE;
     } else {
-      status[i] = filled_with_default.count(key) != 0 ? VTR_FIELD_EMPTY_DEFAULT : VTR_FIELD_READ;
+      pass.statuses[i] = reading->status == ReadingStatus::EmptyDefault ? VTR_FIELD_EMPTY_DEFAULT : VTR_FIELD_READ;
     }
   }
 }
@@ -158,10 +134,10 @@ class BufferLock {
 void run_pass(provider_t* provider, SensorSample& sample) {
   const uint64_t timestamp_us = vtr_now_us();
   const bool ok = take_sample(provider, sample);
-  if (stop_was_requested(provider)) return;
+  if (isStopRequested(provider->stop_requested)) return;
   BufferLock lock(&provider->mutex);
-  if (stop_was_requested(provider)) return;
-  if (!ok || sample.empty()) {
+  if (isStopRequested(provider->stop_requested)) return;
+  if (!ok || !holdsAnyValue(sample)) {
     vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Failed to retrieve ipmitool sensor data.", kPass);
     provider->pending_events = 0;  // an event not handed over yet is stale now
     return;
@@ -169,14 +145,14 @@ void run_pass(provider_t* provider, SensorSample& sample) {
   // One event of room: a newer sample replaces one the host has not drained.
   provider->pending_events = 1;
   memset(provider->event_buffer, 0, provider->event_size);
-  write_sample_to_event(provider, sample, provider->collector->fieldsFilledWithDefault(), timestamp_us);
+  write_sample_to_event(provider, sample, timestamp_us);
 }
 
 // Whole seconds left of the interval after a pass that began at `start_us`; a clock set back
 // during the pass wraps the difference and so leaves nothing to wait.
 int64_t seconds_left_of_interval(const provider_t* provider, uint64_t start_us) {
   const uint64_t elapsed_sec = (vtr_now_us() - start_us) / kMicrosecondsPerSecond;
-  return static_cast<int64_t>(provider->sample_interval_sec) - static_cast<int64_t>(elapsed_sec);
+  return static_cast<int64_t>(provider->options.sampleIntervalSec) - static_cast<int64_t>(elapsed_sec);
 }
 
 // Sleeps `seconds` on the monotonic clock, or less when stop is requested meanwhile.
@@ -185,7 +161,7 @@ void pause_unless_stopped(provider_t* provider, int64_t seconds) {
   clock_gettime(CLOCK_MONOTONIC, &until);
   until.tv_sec += static_cast<time_t>(seconds);
   BufferLock lock(&provider->mutex);
-  while (!stop_was_requested(provider)) {
+  while (!isStopRequested(provider->stop_requested)) {
     if (pthread_cond_clockwait(&provider->stop_wake, &provider->mutex, CLOCK_MONOTONIC, &until) == ETIMEDOUT) return;
   }
 }
@@ -195,7 +171,7 @@ void sampling_loop(provider_t* provider) {
   do {
     const uint64_t start_us = vtr_now_us();
     ipmitool_provider_generate_events(provider, sample);
-    if (stop_was_requested(provider)) return;
+    if (isStopRequested(provider->stop_requested)) return;
 
     const int64_t seconds = seconds_left_of_interval(provider, start_us);
     if (seconds < 1) {
@@ -208,7 +184,7 @@ void sampling_loop(provider_t* provider) {
     vtr_log_rate_limited(VTR_LOG_DEBUG, "[ipmitool] [%s] Sleeping for %ld seconds.", kLoop,
                          static_cast<long>(seconds));
     pause_unless_stopped(provider, seconds);
-  } while (!stop_was_requested(provider));
+  } while (!isStopRequested(provider->stop_requested));
 }
 
 }  // namespace
@@ -220,7 +196,7 @@ void ipmitool_provider_generate_events(provider_t* provider, SensorSample& sampl
 
 void* ipmitool_thread_callback(void* argument) {
   auto* provider = static_cast<provider_t*>(argument);
-  if (stop_was_requested(provider)) return nullptr;
+  if (isStopRequested(provider->stop_requested)) return nullptr;
   try {
     sampling_loop(provider);
   } catch (const std::exception& error) {
@@ -259,21 +235,10 @@ int ipmitool_provider_progress(vtr_event_provider_t* record, void*, vtr_data_ser
       result = -1;
     } else {
       provider->pending_events = static_cast<uint8_t>(provider->pending_events - written);
-      if (written > 0) provider->handed_field_status = provider->pass_field_status;
+      if (written > 0) provider->handed_field_status.add(provider->pass_field_status);
       result = provider->pending_events != 0 ? 1 : 0;
     }
   }
   pthread_mutex_unlock(&provider->mutex);
   return result;
-}
-
-int vtr_ipmitool_field_status(vtr_event_provider_t* record, uint8_t* statuses, size_t capacity) {
-  if (record == nullptr) return -1;
-  vtr::ipmitool::provider_t* provider = vtr::ipmitool::provider_from_record(record);
-  pthread_mutex_lock(&provider->mutex);
-  const std::vector<uint8_t>& handed = provider->handed_field_status;
-  const int count = handed.empty() ? -1 : static_cast<int>(handed.size());
-  if (statuses != nullptr) std::copy_n(handed.begin(), std::min(capacity, handed.size()), statuses);
-  pthread_mutex_unlock(&provider->mutex);
-  return count;
 }

@@ -1,10 +1,9 @@
 #ifndef VTR_PROVIDER_SAMPLING_THREAD_H
 #define VTR_PROVIDER_SAMPLING_THREAD_H
 
-#include <string>
-#include <unordered_set>
+#include <cstdint>
 
-#include "collector/collector_types.h"
+#include "collector/sensor_fields.h"
 #include "provider/provider_state.h"
 
 namespace vtr {
@@ -18,12 +17,10 @@ void* ipmitool_thread_callback(void* provider);
 // `sample` is scratch space owned by the caller; it is empty again when the pass returns.
 void ipmitool_provider_generate_events(provider_t* provider, SensorSample& sample);
 
-// Converts every field of `sample` into the event buffer at the field's offset, field 0 taking
-// the time stamp, and records each field's status (`filled_with_default` names the fields
-// whose text is the empty-field default); slots are not cleared first. The caller holds the
-// provider's mutex.
-void write_sample_to_event(provider_t* provider, const SensorSample& sample,
-                           const std::unordered_set<std::string>& filled_with_default, uint64_t timestamp_us);
+// Converts every reading of `sample` into the event buffer at its field's offset, field 0 taking
+// the time stamp, and records each field's status as the pass's; slots are not cleared first.
+// The caller holds the provider's mutex.
+void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us);
 
 }  // namespace ipmitool
 }  // namespace vtr

@@ -3,9 +3,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <array>
 #include <climits>
 #include <filesystem>
+
+#include "provider/provider_options.h"
 
 namespace vtr {
 namespace host {
@@ -15,22 +16,26 @@ namespace {
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kPluginFileName = "libipmitool_provider.so";
 
-// Shorthands for the provider's remote BMC options. Each adds its KEY=VALUE after those of
-// --option, so it wins over an --option for the same key.
-struct ShorthandFlag {
-  const char* flag;
-  const char* key;
-  const char* help;
-};
-const std::array<ShorthandFlag, 6> kBmcFlags = {{
-    {"--bmc", "ipmitool-bmc-host", "Remote BMC: HOST[:PORT], an IPv4 address or [IPv6]:PORT"},
-    {"--bmc-user", "ipmitool-bmc-user", "BMC user name"},
-    {"--bmc-password-file", "ipmitool-bmc-password-file",
-     "File holding the BMC password, readable by its owner only (default: IPMI_PASSWORD)"},
-    {"--bmc-interface", "ipmitool-bmc-interface", "lan or lanplus (default lanplus)"},
-    {"--bmc-cipher-suite", "ipmitool-bmc-cipher-suite", "Cipher suite number (default: the tool's choice)"},
-    {"--bmc-privilege-level", "ipmitool-bmc-privilege-level", "CALLBACK, USER, OPERATOR, ADMINISTRATOR or OEM"},
-}};
+// The provider options that vtr-host has a shorthand for. Each adds its KEY=VALUE after those
+// of --option, so it wins over an --option for the same key.
+std::vector<const ipmitool::ProviderOption*> shorthandOptions() {
+  std::vector<const ipmitool::ProviderOption*> options;
+  for (const ipmitool::ProviderOption& option : ipmitool::kProviderOptions)
+    if (option.hostFlag != nullptr) options.push_back(&option);
+  return options;
+}
+
+// Every provider option with its default and what it does, for the end of --help.
+std::string providerOptionsHelp() {
+  std::string help = "Provider options (--option KEY=VALUE; also read from the environment as VTR_ plus the key in "
+                     "upper case with '-' turned into '_'):\n";
+  for (const ipmitool::ProviderOption& option : ipmitool::kProviderOptions) {
+    const std::string defaultValue = ipmitool::defaultText(option);
+    help += "  " + std::string(option.key) + " (default " + (defaultValue.empty() ? "empty" : defaultValue) +
+            "): " + option.description + "\n";
+  }
+  return help + "See vtr-host(1) for more.";
+}
 
 std::optional<int> parsePort(const std::string& text) {
   if (text.empty() || text.size() > 5 || text.find_first_not_of("0123456789") != std::string::npos) {
@@ -93,13 +98,15 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::Option* logLevelOption = app.add_option("--log-level", logLevel, "Plug-in log level (3 error ... 7 debug)");
   CLI::Option* listenOption =
       app.add_option("--listen", listenText, "Serve Prometheus /metrics on [ADDR:]PORT (loopback by default)");
-  std::array<std::string, kBmcFlags.size()> bmcValues;
-  std::array<CLI::Option*, kBmcFlags.size()> bmcOptions{};
-  for (std::size_t i = 0; i < kBmcFlags.size(); ++i)
-    bmcOptions[i] = app.add_option(kBmcFlags[i].flag, bmcValues[i], kBmcFlags[i].help)->group("Remote BMC");
-  app.footer(
-      "Every provider option is also read from the environment as VTR_ plus the key in upper case with '-' "
-      "turned into '_'. See vtr-host(1) for the options and their defaults.");
+  const std::vector<const ipmitool::ProviderOption*> shorthands = shorthandOptions();
+  std::vector<std::string> shorthandValues(shorthands.size());
+  std::vector<CLI::Option*> shorthandFlags;
+  for (std::size_t i = 0; i < shorthands.size(); ++i) {
+    const std::string help = std::string("Shorthand for --option ") + shorthands[i]->key + ": " +
+                             shorthands[i]->description;
+    shorthandFlags.push_back(app.add_option(shorthands[i]->hostFlag, shorthandValues[i], help)->group("Remote BMC"));
+  }
+  app.footer(providerOptionsHelp());
 
   CommandLine result;
   try {
@@ -122,8 +129,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     }
     options.providerOptions.push_back(*pair);
   }
-  for (std::size_t i = 0; i < kBmcFlags.size(); ++i)
-    if (*bmcOptions[i]) options.providerOptions.emplace_back(kBmcFlags[i].key, bmcValues[i]);
+  for (std::size_t i = 0; i < shorthands.size(); ++i)
+    if (*shorthandFlags[i]) options.providerOptions.emplace_back(shorthands[i]->key, shorthandValues[i]);
   if (*listenOption) {
     options.listen = parseListenAddress(listenText);
     if (!options.listen) {

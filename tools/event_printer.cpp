@@ -25,12 +25,20 @@ double secondsSince(std::uint64_t timestampUs) {
 
 }  // namespace
 
-std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& type) const {
+std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& type, const std::uint8_t* event) const {
   const auto count = static_cast<std::size_t>(type.num_fields);
   std::vector<bool> withReading(count, true);
-  if (!api_.field_status) return withReading;
   std::vector<std::uint8_t> statuses(count, VTR_FIELD_READ);
-  if (api_.field_status(provider_, statuses.data(), statuses.size()) != type.num_fields) return withReading;
+  int known = -1;
+  if (api_.event_field_status && count > 0) {
+    // The event is named by its first field, the sample's time stamp.
+    std::uint64_t timestampUs = 0;
+    std::memcpy(&timestampUs, event + type.fields[0]->offset, sizeof timestampUs);
+    known = api_.event_field_status(provider_, timestampUs, statuses.data(), statuses.size());
+  } else if (api_.field_status) {
+    known = api_.field_status(provider_, statuses.data(), statuses.size());
+  }
+  if (known != type.num_fields) return withReading;
   for (std::size_t i = 0; i < count; ++i) withReading[i] = statuses[i] == VTR_FIELD_READ;
   return withReading;
 }
@@ -47,7 +55,7 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
   rendered.snapshot.timestampUs = block.timestampUs;
   rendered.snapshot.sampleTimeUs = block.timestampUs;
   bool sampleTimeFound = false;
-  const std::vector<bool> withReading = fieldsWithReading(*block.type);
+  const std::vector<bool> withReading = fieldsWithReading(*block.type, block.event(index));
   rendered.snapshot.fields.reserve(withReading.size());
   for (std::int32_t i = 0; i < block.type->num_fields; ++i) {
     const vtr_type_field_definition_t& field = *block.type->fields[i];

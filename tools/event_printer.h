@@ -33,8 +33,8 @@ class EventPrinter {
   RenderedEvent render(const EventBlock& block, std::size_t index) const;
 
  private:
-  // Per field of `type`, whether it holds a reading; all true when the plug-in cannot tell.
-  std::vector<bool> fieldsWithReading(const vtr_type_definition_t& type) const;
+  // Per field of `event`, whether it holds a reading; all true when the plug-in cannot tell.
+  std::vector<bool> fieldsWithReading(const vtr_type_definition_t& type, const std::uint8_t* event) const;
 
   const PluginApi& api_;
   vtr_event_provider_t* provider_;

@@ -49,6 +49,7 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     bind(api_.set_log_level, "vtr_set_log_level", false);
     bind(api_.type_system_jsonify, "vtr_type_system_jsonify", false);
     bind(api_.json_serialize_to_string_pretty, "json_serialize_to_string_pretty", false);
+    bind(api_.event_field_status, "vtr_ipmitool_event_field_status", false);
     bind(api_.field_status, "vtr_ipmitool_field_status", false);
     bind(api_.sensor_facts, "vtr_ipmitool_sensor_facts", false);
   } catch (...) {

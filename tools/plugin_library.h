@@ -57,7 +57,9 @@ struct PluginApi {
   std::uint32_t (*set_log_level)(std::uint32_t) = nullptr;
   JSON_Value* (*type_system_jsonify)(const vtr_type_system_t*) = nullptr;
   char* (*json_serialize_to_string_pretty)(const JSON_Value*) = nullptr;
-  // Which fields of the last handed-over event hold a reading; without it every field does.
+  // Which fields of a handed-over event hold a reading, found by the event's timestamp; else
+  // those of the last one handed over; without both, every field does.
+  vtr_ipmitool_event_field_status_fn event_field_status = nullptr;
   vtr_ipmitool_field_status_fn field_status = nullptr;
   // What stands behind each field (sensor name, number, unit...); without it metrics and the
   // page name fields only.

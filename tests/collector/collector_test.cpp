@@ -23,6 +23,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+CollectorOptions discreteSensorsIncluded() {
+  CollectorOptions options;
+  options.includeDiscreteSensors = true;
+  return options;
+}
+
 struct ToolRun {
   const char* name;
   const char* command;
@@ -65,7 +71,9 @@ TEST_P(ToolRuns, EndWithTheirResultInBoundedTimeAndLeaveNothingRunning) {
   fake.injectFault(row.fault);
   fake.setExitCode(row.exitCode);
   volatile bool stop = row.stopAfterMs == 0;
-  const IpmitoolCollector collector(CollectorConfig(false, true, false, "", row.timeoutSec, false), stop);
+  CollectorOptions options;
+  options.commandTimeout = row.timeoutSec;
+  const IpmitoolCollector collector(CollectorConfig(options), stop);
   std::thread stopper;
   if (row.stopAfterMs > 0) {
     stopper = std::thread([&] {
@@ -119,7 +127,10 @@ TEST(ToolRunUnderSudo, SudoWrapsTheTimeLimitedCommand) {
   std::ofstream(sudo) << "#!/bin/sh\nprintf '%s\\n' \"$*\" >\"$(dirname \"$0\")/sudo.log\"\nexec \"$@\"\n";
   ASSERT_EQ(chmod(sudo.c_str(), 0755), 0);
   volatile bool stop = false;
-  const IpmitoolCollector collector(CollectorConfig(false, true, false, "", 7, true), stop);
+  CollectorOptions options;
+  options.commandTimeout = 7;
+  options.useSudo = true;
+  const IpmitoolCollector collector(CollectorConfig(options), stop);
   std::string output;
   EXPECT_EQ(collector.runCommandAndCheck(kListing, output), 0);
   EXPECT_EQ(test::readFile(fake.directory() + "/sudo.log"), "timeout 7 ipmitool sensor -v\n");
@@ -128,7 +139,7 @@ TEST(ToolRunUnderSudo, SudoWrapsTheTimeLimitedCommand) {
 
 TEST(CollectorFieldSwitches, ChangeOnlyKnownLabelsOfIncludedKinds) {
   test::LogRecorder log;
-  CollectorConfig config(false, true, false, "", 30, false);
+  CollectorConfig config{CollectorOptions{}};
   config.excludeContinuousField("Sensor Reading");
   EXPECT_FALSE(config.continuousFields.at("Sensor Reading"));
   config.includeContinuousField("Sensor Reading");
@@ -146,7 +157,7 @@ TEST(CollectorFieldSwitches, ChangeOnlyKnownLabelsOfIncludedKinds) {
 }
 
 TEST(CollectorStatesText, BecomesACommaListOfTheBracketedStates) {
-  CollectorConfig config(true, true, false, "", 30, false);
+  CollectorConfig config(discreteSensorsIncluded());
   std::string numeric = "0x0100";
   parseFieldValue(config, "States Asserted", numeric);
   EXPECT_EQ(numeric, "0x0100");
@@ -169,7 +180,7 @@ TEST(CollectorCallOrder, SampleNeedsTheSchemaAndTheSchemaIsBuiltOnce) {
   test::FakeIpmitool fake;
   test::LogRecorder log;
   volatile bool stop = false;
-  IpmitoolCollector collector(CollectorConfig(true, true, false, "", 30, false), stop);
+  IpmitoolCollector collector(CollectorConfig(discreteSensorsIncluded()), stop);
   SensorSample sample;
   EXPECT_FALSE(collector.getSensorsData(sample));
   std::vector<std::unique_ptr<vtr_type_field_info_t>> fields;

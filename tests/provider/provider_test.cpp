@@ -2,6 +2,7 @@
 // by vtr-host's own session, the fake tool first in PATH.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <sstream>
@@ -159,8 +160,6 @@ TEST(ProviderSampling, EventTimeIsTakenBeforeTheToolRuns) {
   EXPECT_GE(arrivedUs - event.timestampUs, 1000000u);
 }
 
-// Only one event is kept: after several passes one progress call hands over one event, and a
-// host buffer too small for it leaves it for the next call.
 // Single-run sampling matches table rows to the sensors of start-up by name: a renamed row
 // leaves its sensor without a reading and is counted, with the sensor, in one warning.
 TEST(ProviderSampling, SingleRunCountsTheSensorsItCouldNotMatchInOneWarning) {
@@ -180,6 +179,8 @@ TEST(ProviderSampling, SingleRunCountsTheSensorsItCouldNotMatchInOneWarning) {
             1u);
 }
 
+// Only one event is kept: after several passes one progress call hands over one event, and a
+// host buffer too small for it leaves it for the next call.
 TEST(ProviderSampling, OneEventIsBufferedAndWaitsForRoom) {
   FakeIpmitool fake;
   HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "0"}});
@@ -188,6 +189,34 @@ TEST(ProviderSampling, OneEventIsBufferedAndWaitsForRoom) {
   EXPECT_TRUE(hosted.progressOnce(16, &result).empty());
   EXPECT_EQ(result, 1) << "the event waits for room";
   EXPECT_EQ(hosted.progressOnce().size(), 1u);
+}
+
+// Each event handed over keeps the statuses of its own pass, found by its timestamp: a field
+// read in an earlier event stays read there after a later pass lost its sensor.
+TEST(ProviderSampling, EachHandedOverEventKeepsItsOwnFieldStatuses) {
+  FakeIpmitool fake;
+  HostedProvider hosted(Options{{"ipmitool-sample-interval-sec", "1"}, {"ipmitool-include-discrete-sensors", "true"}});
+  hosted.start();
+  const HostedProvider::Event whole = hosted.nextEvent(kWaitLimit);
+  ASSERT_NE(whole.json.find("\"fan2\":"), std::string::npos) << whole.json;
+  fake.replayText(readFile(fixturePath("later-readings", "verbose-later.txt")),
+                  readFile(fixturePath("later-readings", "compact-later.txt")));
+  HostedProvider::Event partial;
+  for (int event = 0; event < 3 && partial.json.find("\"fan2\":null") == std::string::npos; ++event)
+    partial = hosted.nextEvent(kWaitLimit);
+  ASSERT_NE(partial.json.find("\"fan2\":null"), std::string::npos) << partial.json;
+
+  const auto statusOf = exported<vtr_ipmitool_event_field_status_fn>("vtr_ipmitool_event_field_status");
+  const int fields = hosted.eventType().num_fields;
+  const auto statuses = [&](uint64_t timestampUs) {
+    std::vector<uint8_t> out(static_cast<size_t>(fields), 0);
+    EXPECT_EQ(statusOf(hosted.session().record(), timestampUs, out.data(), out.size()), fields);
+    return std::vector<int>(out.begin(), out.end());
+  };
+  EXPECT_EQ(statuses(whole.timestampUs), std::vector<int>(static_cast<size_t>(fields), VTR_FIELD_READ));
+  const std::vector<int> later = statuses(partial.timestampUs);
+  EXPECT_EQ(std::count(later.begin(), later.end(), VTR_FIELD_MISSING), 5) << "CPU1, CPU2 and Inlet Temp, FAN2, PS1";
+  EXPECT_EQ(statusOf(hosted.session().record(), whole.timestampUs + 1, nullptr, 0), -1) << "no such event";
 }
 
 // A failing tool drops the undrained event, is reported at most once per ten seconds, and the

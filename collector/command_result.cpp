@@ -1,8 +1,5 @@
-#include <string>
-#include <utility>
+#include "collector/command_result.h"
 
-#include "collector/ipmitool_collector.h"
-#include "collector/shell_run.h"
 #include "runtime/logger.h"
 #include "runtime/rate_limit.h"
 
@@ -10,14 +7,6 @@ namespace vtr {
 namespace ipmitool {
 
 namespace {
-
-// `timeout` wraps only the first program of a pipeline and the redirection applies to the last:
-// the line is composed as it stands, without quoting.
-std::string composeCommandLine(const std::string& command, unsigned int timeoutSeconds, bool useSudo) {
-  std::string line = "timeout " + std::to_string(timeoutSeconds) + " " + command + " 2>&1";
-  if (useSudo) line.insert(0, "sudo ");
-  return line;
-}
 
 // The exit code with which `timeout` reports that it stopped the command.
 constexpr int kTimedOutCode = 124;
@@ -41,15 +30,13 @@ int classifyStatus(int status) {
 
 }  // namespace
 
-int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& output) const {
-  if (stopIsRequested()) {
-    vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Stop flag asserted - skipping command execution");
-    return -1;
-  }
-  const std::string line = composeCommandLine(command, config_.commandTimeout, config_.useSudo);
-  vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s'", line.c_str());
+std::string composeCommandLine(const std::string& command, unsigned int timeoutSeconds, bool useSudo) {
+  std::string line = "timeout " + std::to_string(timeoutSeconds) + " " + command + " 2>&1";
+  if (useSudo) line.insert(0, "sudo ");
+  return line;
+}
 
-  ShellRun run = runInOwnSession(line, config_.commandTimeout, stopRequested);
+int commandResult(const ShellRun& run, const std::string& line) {
   switch (run.end) {
     case ShellEnd::NotStarted:
       vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] Unable to open pipe for command execution: '%s'",
@@ -63,16 +50,12 @@ int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& outp
     case ShellEnd::Stopped:
       return -1;
     case ShellEnd::DeadlineKilled:
+      // A tool that outlived `timeout` by the grace is reported as `timeout` itself would have.
+      return reportTimedOut();
     case ShellEnd::Exited:
       break;
   }
-  // A stop that came while the tool ran makes its output worthless.
-  if (stopIsRequested()) return -1;
-
-  // A tool that outlived `timeout` by the grace is reported as `timeout` itself would have.
-  const int result = run.end == ShellEnd::DeadlineKilled ? reportTimedOut() : classifyStatus(run.status);
-  output = std::move(run.output);
-  return result;
+  return classifyStatus(run.status);
 }
 
 }  // namespace ipmitool
