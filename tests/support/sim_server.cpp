@@ -19,12 +19,12 @@ std::string simScript(const char* name) { return shellQuote(std::string(VTR_SOUR
 
 }  // namespace
 
-SimServer::SimServer(const std::string& profile) : workDir_(makeTempDirectory("vtr-sim")) {
+SimServer::SimServer(const std::string& profile, bool console) : workDir_(makeTempDirectory("vtr-sim")) {
   // start-sim leaves ipmi_sim behind when it exits; as subreaper this process inherits it and
   // can reap it, where a container's init might leave it a zombie.
   prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const ShellResult started =
-      runShell(simScript("start-sim") + " --profile " + shellQuote(profile) + " --work-dir " + shellQuote(workDir_) + " 2>&1");
+  const ShellResult started = runShell(simScript("start-sim") + " --profile " + shellQuote(profile) + " --work-dir " +
+                                       shellQuote(workDir_) + (console ? " --console" : "") + " 2>&1");
   if (started.exitCode != 0) {
     installed_ = started.exitCode != kNotInstalled;
     reason_ = "the simulated BMC did not start: " + started.output;
@@ -40,6 +40,7 @@ SimServer::SimServer(const std::string& profile) : workDir_(makeTempDirectory("v
     port_ = std::stoi(info.at("port"));
     user_ = info.at("user");
     passwordFile_ = info.at("password_file");
+    if (console) consolePort_ = std::stoi(info.at("console_port"));
     running_ = true;
   } catch (const std::exception&) {
     reason_ = "unexpected output of start-sim: " + started.output;

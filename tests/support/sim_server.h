@@ -11,10 +11,11 @@ namespace vtr {
 namespace test {
 
 // The real BMC simulator (ipmi_sim) on a free loopback port, reached by the real tool through
-// the provider's remote BMC options. Stopped by its pid in the destructor.
+// the provider's remote BMC options. Stopped by its pid in the destructor. With `console`, its
+// command console is open as well, for sim/set-sensor to change sensors while it runs.
 class SimServer {
  public:
-  explicit SimServer(const std::string& profile);
+  explicit SimServer(const std::string& profile, bool console = false);
   ~SimServer();
   SimServer(const SimServer&) = delete;
   SimServer& operator=(const SimServer&) = delete;
@@ -27,6 +28,8 @@ class SimServer {
   int port() const { return port_; }
   // The ipmi_sim process id, 0 when none was started.
   int pid() const { return pid_; }
+  // The console's TCP port, 0 without one.
+  int consolePort() const { return consolePort_; }
   const std::string& user() const { return user_; }
   // A file of mode 600 holding the password.
   const std::string& passwordFile() const { return passwordFile_; }
@@ -42,6 +45,7 @@ class SimServer {
   std::string reason_;
   int port_ = 0;
   int pid_ = 0;
+  int consolePort_ = 0;
   std::string workDir_;
   std::string user_;
   std::string passwordFile_;
