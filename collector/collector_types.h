@@ -39,6 +39,8 @@ struct ListedSensor {
   CollectorSensorType kind = Unknown;
   // The selected labels the record holds, in the order of the kind's field table.
   std::vector<LabelValue> values;
+  // A discrete sensor's asserted states as the listing names them: "Failure detected".
+  std::vector<std::string> stateNames;
 
   // A label printed twice keeps its last value, and with it whether that is a default.
   void store(const std::string& label, std::string value, bool isDefault);

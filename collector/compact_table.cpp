@@ -50,7 +50,8 @@ void sampleRow(const CollectorConfig& config, const SensorField& field, std::str
   const CollectorFieldType type = getFieldType(*value, field.sensor.kind);
   // The verbose path drops a sensor without a typed value before it assembles the sample.
   if (type == CollectorFieldType::Unknown) return;
-  storeSampleValue(*field.label, std::move(*value), type, isDefault, field, reading);
+  storeSampleValue(*field.label, std::move(*value), type, isDefault, field, reading,
+                   [&] { return thresholdHealthOfRow(field.sensor.name, line, bar); });
 }
 
 }  // namespace

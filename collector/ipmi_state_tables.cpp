@@ -479,11 +479,15 @@ std::optional<std::uint8_t> readingTypeOfNames(std::uint8_t sensorType, const st
   return std::nullopt;
 }
 
+SensorHealth stateHealth(DiscreteType type, int offset) {
+  const StateRow* row = findState(type, offset);
+  return row != nullptr ? row->health : N;
+}
+
 SensorHealth statesHealth(DiscreteType type, const std::optional<AssertedStates>& states) {
   if (!states) return SensorHealth::Unknown;
   SensorHealth worst = N;
-  for (int offset : states->offsets())
-    if (const StateRow* row = findState(type, offset)) worst = std::max(worst, row->health);
+  for (int offset : states->offsets()) worst = std::max(worst, stateHealth(type, offset));
   return worst;
 }
 

@@ -75,6 +75,8 @@ NamedStates statesFromNames(DiscreteType type, const std::vector<std::string_vie
 // Nothing for no names or names no table holds.
 std::optional<std::uint8_t> readingTypeOfNames(std::uint8_t sensorType, const std::vector<std::string_view>& names);
 
+// How serious state `offset` is while asserted; Nominal for a state the tables do not name.
+SensorHealth stateHealth(DiscreteType type, int offset);
 // The worst health among the asserted states (Nominal for none); Unknown without a states
 // word, so that a decodeStatesWord result can be passed as it is.
 SensorHealth statesHealth(DiscreteType type, const std::optional<AssertedStates>& states);

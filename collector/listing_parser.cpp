@@ -8,6 +8,7 @@
 
 #include "collector/discrete_states.h"
 #include "collector/field_naming.h"
+#include "collector/ipmi_state_tables.h"
 #include "collector/listing_labels.h"
 #include "collector/text_scan.h"
 #include "collector/value_rules.h"
@@ -28,11 +29,12 @@ bool isIn(const std::vector<std::string_view>& labels, std::string_view label) {
 }
 
 // The labels anything but a debug line reads, each once: identity, kind, the values that can
-// become fields, and the line that stands in for the states. Views into the configuration.
+// become fields, the line that stands in for the states, and a threshold sensor's health. Views into the configuration.
 std::vector<std::string_view> readLabels(const CollectorConfig& config) {
   std::vector<std::string_view> labels = {kSensorIdLabel,      kEntityIdLabel,       kThresholdTypeLabel,
                                           kDiscreteTypeLabel,  kSensorReadingLabel,  kStatesAssertedLabel,
-                                          kUnableToReadLabel};
+                                          kUnableToReadLabel,  kStatusLabel};
+  for (const std::string& threshold : kThresholdLabels) labels.push_back(threshold);
   const auto add = [&labels](const std::string& label) {
     if (!isIn(labels, label)) labels.push_back(label);
   };
@@ -86,11 +88,13 @@ void parseSensorListing(const CollectorConfig& config, const std::string& output
     if (colon == std::string_view::npos) {
       // A bracketed continuation of the states text, e.g. "[Device Present]".
       const bool bracketed = line.find('[') != std::string_view::npos && line.find(']') != std::string_view::npos;
-      if (bracketed && afterStatesAsserted && config.statesAssertedAsText) {
+      if (!bracketed || !afterStatesAsserted) return;
+      if (config.statesAssertedAsText) {
         std::string& states = sensor.record[kStatesAssertedLabel];
         states += ' ';
         states += trimBlanks(line);
       }
+      if (const auto name = bracketedStateName(line)) sensor.stateNames.emplace_back(*name);
       return;
     }
 

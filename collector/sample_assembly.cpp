@@ -26,15 +26,14 @@ void reportLabelsWithoutField(const SensorFields& fields, const SensorNames& nam
 
 }  // namespace
 
-bool storeSampleValue(const std::string& label, std::string&& value, CollectorFieldType type, bool isDefault,
-                      const SensorField& field, FieldReading& reading) {
+bool checkSampleType(const std::string& label, CollectorFieldType type, const SensorField& field) {
   if (type == CollectorFieldType::Unknown) {
     vtr_log(VTR_LOG_WARNING,
             "[ipmitool collector] Unknown type for field '%s': expected '%s' as defined in the schema. Skipping "
             "field.",
             label.c_str(), fieldTypeName(field.type).c_str());
   } else if (type == field.type) {
-    return reading.take(std::move(value), isDefault);
+    return true;
   } else {
     // A sensor that switched between decimal and hexadecimal since start-up is dropped, not converted.
     vtr_log(VTR_LOG_WARNING,
@@ -58,7 +57,7 @@ void assembleSample(const SensorFields& fields, const SensorNames& names, const 
         if (!nameTheSameField(*value.label, *field.label)) continue;
         std::string text = value.text;
         storeSampleValue(*value.label, std::move(text), value.type, sensor.holdsDefault(*value.label), field,
-                         out[index]);
+                         out[index], [&] { return thresholdHealthOfRecord(field.sensor.name, sensor.record); });
       }
     }
   }

@@ -2,20 +2,36 @@
 #define VTR_COLLECTOR_SAMPLE_ASSEMBLY_H
 
 #include <string>
+#include <utility>
 
 #include "collector/collector_config.h"
 #include "collector/collector_types.h"
 #include "collector/sensor_fields.h"
+#include "collector/sensor_health.h"
 #include "collector/sensor_identity.h"
 
 namespace vtr {
 namespace ipmitool {
 
+// Whether a value of type `type` may go to the field, with a warning naming its label when not.
+bool checkSampleType(const std::string& label, CollectorFieldType type, const SensorField& field);
+
 // Gives a field a cleaned value of type `type` when the schema fixed that type for it, and
 // says whether it did: the first value of a field wins. A value without a type, or of another
-// type, is skipped with a warning naming its label.
+// type, is skipped with a warning naming its label. A discrete sensor's reading (its states
+// word) also gives its health; `thresholdHealth` gives a threshold sensor's, from the listing
+// the value came from.
+template <typename ThresholdHealth>
 bool storeSampleValue(const std::string& label, std::string&& value, CollectorFieldType type, bool isDefault,
-                      const SensorField& field, FieldReading& reading);
+                      const SensorField& field, FieldReading& reading, ThresholdHealth&& thresholdHealth) {
+  if (!checkSampleType(label, type, field) || !reading.take(std::move(value), isDefault)) return false;
+  if (isDefault) return true;  // the empty-field default says nothing of the sensor
+  reading.health =
+      field.sensor.kind == Discrete ? discreteHealth(field.discreteType, reading.text) : thresholdHealth();
+  return true;
+}
+
+
 
 // The readings of `fields` in a verbose listing: each kept sensor's values go to the fields
 // of its "Sensor ID". `names` (the start-up sensor names) serves the debug line that reports

@@ -12,6 +12,7 @@
 #include "collector/field_naming.h"
 #include "collector/listing_labels.h"
 #include "collector/sensor_facts.h"
+#include "collector/sensor_health.h"
 #include "runtime/logger.h"
 
 namespace vtr {
@@ -48,6 +49,7 @@ std::vector<SensorField> buildSensorFields(const SensorListing& listing, const S
     getSensorDescription(sensor.record, sensor.kind, field.description);
     field.sensor = sensorFactsOf(sensor.record, sensor.kind);
     field.sensorId = sensorId;
+    if (sensor.kind == Discrete) field.discreteType = discreteTypeOf(field.sensor.type, sensor.stateNames);
     if (index < rows.size()) std::tie(field.tableRowName, field.tableOccurrence) = rows[index];
     for (const LabelValue& value : sensor.values) {
       if (fieldTypeName(value.type).empty()) {

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "collector/collector_types.h"
+#include "collector/ipmi_state_tables.h"
 #include "collector/sensor_facts.h"
+#include "collector/sensor_health.h"
 
 namespace vtr {
 namespace ipmitool {
@@ -26,16 +28,20 @@ struct SensorField {
   // The compact table: the `tableOccurrence`-th row (from 0) named `tableRowName`.
   std::string tableRowName;
   std::size_t tableOccurrence = 0;
+  // A discrete sensor's: which tables name its states.
+  DiscreteType discreteType{0};
 };
 
 // Where a field's value in one pass came from; the values match the provider's
 // vtr_field_status_t.
 enum class ReadingStatus : unsigned char { Read = 1, Missing = 2, EmptyDefault = 4 };
 
-// One field's value in one pass: text the field's type reads, or nothing.
+// One field's value in one pass: text the field's type reads, or nothing, and how its sensor
+// stood (Unknown without a reading).
 struct FieldReading {
   std::string text;
   ReadingStatus status = ReadingStatus::Missing;
+  FieldHealth health;
 
   bool hasValue() const { return status != ReadingStatus::Missing; }
   // The first value of a field wins.

@@ -4,6 +4,7 @@
 
 #include "collector/ipmitool_collector.h"
 #include "provider/event_provider.h"
+#include "provider/field_facts.h"
 #include "provider/field_info.h"
 #include "provider/provider_state.h"
 #include "runtime/logger.h"
@@ -96,9 +97,9 @@ void ipmitool_provider_destroy(vtr_event_provider_t* record) {
   provider->collector = nullptr;
   free(provider->event_buffer);
   provider->event_buffer = nullptr;
-  provider->pass_field_status = {};
-  provider->handed_field_status.clear();
-  std::vector<vtr_ipmitool_sensor_facts_t>().swap(provider->sensor_facts);
+  provider->pass_report = {};
+  provider->handed_reports.clear();
+  vtr::ipmitool::drop_field_facts(*provider);
   pthread_cond_destroy(&provider->stop_wake);
   pthread_mutex_destroy(&provider->mutex);
 }

@@ -41,6 +41,67 @@ VTR_API int vtr_ipmitool_field_status(vtr_event_provider_t* provider, uint8_t* s
 
 typedef int (*vtr_ipmitool_field_status_fn)(vtr_event_provider_t* provider, uint8_t* statuses, size_t capacity);
 
+/* How a sensor stood in one event. */
+typedef enum vtr_ipmitool_health {
+  VTR_HEALTH_NOMINAL = 0,
+  VTR_HEALTH_WARNING = 1,  /* a non-critical threshold crossed, or a state that needs a look */
+  VTR_HEALTH_CRITICAL = 2, /* a critical or non-recoverable threshold crossed, or a failed part */
+  VTR_HEALTH_UNKNOWN = 3   /* no reading in that event's pass, or a status the state tables do not know */
+} vtr_ipmitool_health_t;
+
+/* A threshold sensor's thresholds, in this order. */
+typedef enum vtr_ipmitool_threshold {
+  VTR_THRESHOLD_LOWER_NON_RECOVERABLE = 0,
+  VTR_THRESHOLD_LOWER_CRITICAL = 1,
+  VTR_THRESHOLD_LOWER_NON_CRITICAL = 2,
+  VTR_THRESHOLD_UPPER_NON_CRITICAL = 3,
+  VTR_THRESHOLD_UPPER_CRITICAL = 4,
+  VTR_THRESHOLD_UPPER_NON_RECOVERABLE = 5,
+  VTR_THRESHOLD_COUNT = 6
+} vtr_ipmitool_threshold_t;
+
+/* One field's sensor in one event, from the listing that event's pass read (no extra tool
+   run). A threshold sensor's health follows its status; a discrete sensor's is the worst of
+   its asserted states (see vtr_ipmitool_discrete_states). */
+typedef struct vtr_ipmitool_field_health {
+  uint8_t health;    /* a vtr_ipmitool_health_t; VTR_HEALTH_UNKNOWN for the timestamp */
+  char status[24];   /* a threshold sensor's status as the listing prints it, cut to fit: "ok",
+                        "Lower Non-Critical" (verbose listing), "nc" (single-run sampling's
+                        compact table); "" when none */
+  double thresholds[VTR_THRESHOLD_COUNT]; /* in the reading's unit; NaN where the listing says na */
+  uint16_t asserted; /* a discrete sensor's asserted states: bit n for state offset n (0-14) */
+} vtr_ipmitool_field_health_t;
+
+/* The health of every field of one event handed over by `progress`, named by its timestamp
+   field as for vtr_ipmitool_event_field_status, in schema order. `health` is owned by the
+   caller and receives at most `capacity` records. Returns the number of fields, or -1 when
+   `provider` is null or holds nothing for that event. Call it on the thread that calls
+   `progress`, after that call. */
+VTR_API int vtr_ipmitool_event_field_health(vtr_event_provider_t* provider, uint64_t event_timestamp_us,
+                                            vtr_ipmitool_field_health_t* health, size_t capacity);
+
+typedef int (*vtr_ipmitool_event_field_health_fn)(vtr_event_provider_t* provider, uint64_t event_timestamp_us,
+                                                  vtr_ipmitool_field_health_t* health, size_t capacity);
+
+/* One state of a discrete sensor. */
+typedef struct vtr_ipmitool_state {
+  const char* name; /* as the tool prints it: "Failure detected"; "state N" where the IPMI
+                       tables name none */
+  uint8_t health;   /* a vtr_ipmitool_health_t: how serious the state is while asserted */
+  uint8_t named;    /* 1 when the tables name it: a state this sensor can report */
+} vtr_ipmitool_state_t;
+
+/* The 15 states (offsets 0 to 14) of discrete field `field` (its index in schema order), named
+   after its sensor type and event/reading type, stored through `states`. The array and its
+   texts are owned by the provider and stay valid and unchanged from a successful `initialize`
+   to `destroy`. Returns 15, or -1 (storing null) for a field that is not discrete, a provider
+   that is null or not initialised. */
+VTR_API int vtr_ipmitool_discrete_states(vtr_event_provider_t* provider, size_t field,
+                                         const vtr_ipmitool_state_t** states);
+
+typedef int (*vtr_ipmitool_discrete_states_fn)(vtr_event_provider_t* provider, size_t field,
+                                               const vtr_ipmitool_state_t** states);
+
 /* Which kind of sensor stands behind a field. */
 typedef enum vtr_ipmitool_sensor_kind {
   VTR_SENSOR_KIND_NONE = 0,      /* no sensor: the timestamp */

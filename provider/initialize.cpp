@@ -91,7 +91,7 @@ const char* build_provider(provider_t& provider, vtr_type_system_t* type_system,
 
   const vtr_schema_t* schema = type_system->schemas[provider.schema_id];
   if (const char* error = build_field_descriptors(provider, schema->types[provider.type_id])) return error;
-  keep_sensor_facts(provider);
+  keep_field_facts(provider);
 
   provider.event_buffer = static_cast<uint8_t*>(calloc(1, provider.event_size));
   if (provider.event_buffer == nullptr) return "Failed to allocate memory for ipmitool event data.";

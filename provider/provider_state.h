@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <type_traits>
@@ -11,7 +12,8 @@
 
 #include "collector/stop_flag.h"
 #include "provider/event_provider.h"
-#include "provider/field_status.h"
+#include "provider/field_facts.h"
+#include "provider/event_reports.h"
 #include "provider/host_extensions.h"
 #include "provider/provider_options.h"
 #include "src/data/schema.h"
@@ -60,14 +62,17 @@ struct provider_t {
   field_info_t** field_infos = nullptr;    // `field_count` descriptors in schema order
   IpmitoolCollector* collector = nullptr;  // owned
 
-  // The status of every field of the pass that filled the buffer, and of the events `progress`
-  // handed over last; guarded by `mutex`.
-  EventFieldStatus pass_field_status;
-  HandedFieldStatuses handed_field_status;
+  // The status and health of every field of the pass that filled the buffer, and of the events
+  // `progress` handed over last; guarded by `mutex`.
+  EventReport pass_report;
+  HandedEventReports handed_reports;
 
   // The records vtr_ipmitool_sensor_facts hands out, one per field in schema order, pointing
   // into the collector's fields; fixed by initialize, freed by destroy.
   std::vector<vtr_ipmitool_sensor_facts_t> sensor_facts;
+  // Per field in schema order, the states vtr_ipmitool_discrete_states hands out; null but for
+  // discrete fields. Fixed by initialize, freed by destroy.
+  std::vector<std::unique_ptr<field_states_t>> field_states;
 };
 
 // The record must be the first member for provider_from_record to be valid.

@@ -76,9 +76,10 @@ bool convert_field(const field_info_t& info, const char* name, const std::string
 
 void write_sample_to_event(provider_t* provider, const SensorSample& sample, uint64_t timestamp_us) {
   uint8_t* event = provider->event_buffer;
-  EventFieldStatus& pass = provider->pass_field_status;
+  EventReport& pass = provider->pass_report;
   pass.timestamp_us = timestamp_us;
   pass.statuses.assign(provider->field_count, VTR_FIELD_MISSING);
+  pass.health.assign(provider->field_count, field_health_record(nullptr));
   for (uint16_t i = 0; i < provider->field_count; ++i) {
     const field_info_t* info = provider->field_infos[i];
     if (info == nullptr) {
@@ -96,11 +97,14 @@ void write_sample_to_event(provider_t* provider, const SensorSample& sample, uin
     if (reading == nullptr || !reading->hasValue()) {
       vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool] [%s] Could not retrieve value for '%s'", kPass, name);
       convert_field(*info, name, defaultValueText(info->kind), event);
-    } else if (!convert_field(*info, name, reading->text, event)) {
+      continue;
+    }
+    if (!convert_field(*info, name, reading->text, event)) {
       pass.statuses[i] = VTR_FIELD_NOT_CONVERTIBLE;
     } else {
       pass.statuses[i] = reading->status == ReadingStatus::EmptyDefault ? VTR_FIELD_EMPTY_DEFAULT : VTR_FIELD_READ;
     }
+    pass.health[i] = field_health_record(&reading->health);
   }
 }
 
@@ -235,7 +239,7 @@ int ipmitool_provider_progress(vtr_event_provider_t* record, void*, vtr_data_ser
       result = -1;
     } else {
       provider->pending_events = static_cast<uint8_t>(provider->pending_events - written);
-      if (written > 0) provider->handed_field_status.add(provider->pass_field_status);
+      if (written > 0) provider->handed_reports.add(provider->pass_report);
       result = provider->pending_events != 0 ? 1 : 0;
     }
   }

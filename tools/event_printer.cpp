@@ -1,5 +1,6 @@
 #include "tools/event_printer.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -25,15 +26,18 @@ double secondsSince(std::uint64_t timestampUs) {
 
 }  // namespace
 
-std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& type, const std::uint8_t* event) const {
+std::uint64_t EventPrinter::eventTimestamp(const vtr_type_definition_t& type, const std::uint8_t* event) {
+  std::uint64_t timestampUs = 0;
+  if (type.num_fields > 0) std::memcpy(&timestampUs, event + type.fields[0]->offset, sizeof timestampUs);
+  return timestampUs;
+}
+
+std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& type, std::uint64_t timestampUs) const {
   const auto count = static_cast<std::size_t>(type.num_fields);
   std::vector<bool> withReading(count, true);
   std::vector<std::uint8_t> statuses(count, VTR_FIELD_READ);
   int known = -1;
-  if (api_.event_field_status && count > 0) {
-    // The event is named by its first field, the sample's time stamp.
-    std::uint64_t timestampUs = 0;
-    std::memcpy(&timestampUs, event + type.fields[0]->offset, sizeof timestampUs);
+  if (api_.event_field_status) {
     known = api_.event_field_status(provider_, timestampUs, statuses.data(), statuses.size());
   } else if (api_.field_status) {
     known = api_.field_status(provider_, statuses.data(), statuses.size());
@@ -41,6 +45,27 @@ std::vector<bool> EventPrinter::fieldsWithReading(const vtr_type_definition_t& t
   if (known != type.num_fields) return withReading;
   for (std::size_t i = 0; i < count; ++i) withReading[i] = statuses[i] == VTR_FIELD_READ;
   return withReading;
+}
+
+std::vector<std::optional<FieldHealth>> EventPrinter::fieldsHealth(const vtr_type_definition_t& type,
+                                                                   std::uint64_t timestampUs) const {
+  const auto count = static_cast<std::size_t>(type.num_fields);
+  std::vector<std::optional<FieldHealth>> health(count);
+  std::vector<vtr_ipmitool_field_health_t> records(count);
+  if (!api_.event_field_health ||
+      api_.event_field_health(provider_, timestampUs, records.data(), records.size()) != type.num_fields) {
+    return health;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const vtr_ipmitool_field_health_t& record = records[i];
+    FieldHealth& field = health[i].emplace();
+    field.health = record.health;
+    field.status.assign(record.status, strnlen(record.status, sizeof record.status));
+    for (std::size_t level = 0; level < field.thresholds.size(); ++level)
+      if (!std::isnan(record.thresholds[level])) field.thresholds[level] = record.thresholds[level];
+    field.asserted = record.asserted;
+  }
+  return health;
 }
 
 RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) const {
@@ -55,7 +80,9 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
   rendered.snapshot.timestampUs = block.timestampUs;
   rendered.snapshot.sampleTimeUs = block.timestampUs;
   bool sampleTimeFound = false;
-  const std::vector<bool> withReading = fieldsWithReading(*block.type, block.event(index));
+  const std::uint64_t eventTimeUs = eventTimestamp(*block.type, block.event(index));
+  const std::vector<bool> withReading = fieldsWithReading(*block.type, eventTimeUs);
+  const std::vector<std::optional<FieldHealth>> health = fieldsHealth(*block.type, eventTimeUs);
   rendered.snapshot.fields.reserve(withReading.size());
   for (std::int32_t i = 0; i < block.type->num_fields; ++i) {
     const vtr_type_field_definition_t& field = *block.type->fields[i];
@@ -64,14 +91,14 @@ RenderedEvent EventPrinter::render(const EventBlock& block, std::size_t index) c
       if (api_.json_object_set_null(object, field.field_name) != JSONSuccess) {
         throw HostError(std::string("plug-in cannot write a ") + block.type->name + " event as JSON");
       }
-      rendered.snapshot.fields.push_back({field.field_name, std::nullopt});
+      rendered.snapshot.fields.push_back({field.field_name, std::nullopt, health[static_cast<std::size_t>(i)]});
       continue;
     }
     JSON_Value* value = api_.json_object_get_value(object, field.field_name);
     if (api_.json_value_get_type(value) != JSONNumber) continue;
     const double number = api_.json_value_get_number(value);
     if (isMeasurement(field)) {
-      rendered.snapshot.fields.push_back({field.field_name, number});
+      rendered.snapshot.fields.push_back({field.field_name, number, health[static_cast<std::size_t>(i)]});
     } else if (!sampleTimeFound && number > 0) {
       rendered.snapshot.sampleTimeUs = static_cast<std::uint64_t>(number);
       sampleTimeFound = true;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,8 +34,13 @@ class EventPrinter {
   RenderedEvent render(const EventBlock& block, std::size_t index) const;
 
  private:
-  // Per field of `event`, whether it holds a reading; all true when the plug-in cannot tell.
-  std::vector<bool> fieldsWithReading(const vtr_type_definition_t& type, const std::uint8_t* event) const;
+  // The event's first field, its sample time, which names it to the plug-in.
+  static std::uint64_t eventTimestamp(const vtr_type_definition_t& type, const std::uint8_t* event);
+  // Per field of the event, whether it holds a reading; all true when the plug-in cannot tell.
+  std::vector<bool> fieldsWithReading(const vtr_type_definition_t& type, std::uint64_t timestampUs) const;
+  // Per field of the event, how its sensor stood; none when the plug-in cannot tell.
+  std::vector<std::optional<FieldHealth>> fieldsHealth(const vtr_type_definition_t& type,
+                                                       std::uint64_t timestampUs) const;
 
   const PluginApi& api_;
   vtr_event_provider_t* provider_;

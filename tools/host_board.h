@@ -1,6 +1,7 @@
 #ifndef VTR_HOST_HOST_BOARD_H
 #define VTR_HOST_HOST_BOARD_H
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -15,10 +16,21 @@
 namespace vtr {
 namespace host {
 
+// How a field's sensor stood in one event, as the plug-in tells it (vtr_ipmitool_field_health_t).
+struct FieldHealth {
+  std::uint8_t health = 3;  // a vtr_ipmitool_health_t; unknown until told
+  std::string status;       // a threshold sensor's status as the listing prints it
+  // lower non-recoverable, critical, non-critical, upper non-critical, critical,
+  // non-recoverable; none where the listing has none
+  std::array<std::optional<double>, 6> thresholds;
+  std::uint16_t asserted = 0;  // a discrete sensor's: bit n for state n
+};
+
 // One numeric field of an event; no value when the field holds no reading.
 struct FieldValue {
   std::string name;
   std::optional<double> value;
+  std::optional<FieldHealth> health;  // none when the plug-in does not tell
 };
 
 // What the pages show of one event: plain values, so no plug-in memory crosses threads.

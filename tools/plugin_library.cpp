@@ -52,6 +52,8 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     bind(api_.event_field_status, "vtr_ipmitool_event_field_status", false);
     bind(api_.field_status, "vtr_ipmitool_field_status", false);
     bind(api_.sensor_facts, "vtr_ipmitool_sensor_facts", false);
+    bind(api_.event_field_health, "vtr_ipmitool_event_field_health", false);
+    bind(api_.discrete_states, "vtr_ipmitool_discrete_states", false);
   } catch (...) {
     dlclose(handle_);
     throw;

@@ -64,6 +64,10 @@ struct PluginApi {
   // What stands behind each field (sensor name, number, unit...); without it metrics and the
   // page name fields only.
   vtr_ipmitool_sensor_facts_fn sensor_facts = nullptr;
+  // How each field's sensor stood in an event, and the states a discrete sensor can name;
+  // without them the pages show readings only.
+  vtr_ipmitool_event_field_health_fn event_field_health = nullptr;
+  vtr_ipmitool_discrete_states_fn discrete_states = nullptr;
 };
 
 // The loaded plug-in; unloaded by the destructor.

@@ -122,22 +122,22 @@ TEST(PrometheusExposition, BeforeTheFirstEventOnlyTheHostsOwnFamiliesAppear) {
 TEST(PrometheusExposition, ReadingsGoToTheirUnitsFamilyWithTheSensorInTheLabels) {
   MetricsBoard board;
   board.setSensorFacts({
-      {"cpu1_temp", {"CPU1 Temp", "1", "3.1", "Temperature", "degrees C", false}},
-      {"fan1", {"FAN1", "6", "29.1", "Fan", "RPM", false}},
-      {"12v", {"12V", "8", "7.1", "Voltage", "Volts", false}},
-      {"psu_in", {"PSU In", "9", "10.1", "Current", "Amps", false}},
-      {"psu_power", {"PSU Power", "10", "10.1", "Other", "Watts", false}},
-      {"humidity", {"Humidity", "11", "7.1", "Other", "percent", false}},
-      {"ps1_status", {"PS1 Status", "12", "10.1", "Power Supply", "", true}},
-      {"temp_3", {"Temp", "3", "3.1", "Temperature", "degrees C", false}},
-      {"temp_4", {"Temp", "4", "3.2", "Temperature", "degrees C", false}},
-      {"odd", {"a \"b\" c\\d\ne <&>", "", "", "", "furlongs", false}},
-      {"gone", {"Gone", "13", "3.1", "Temperature", "degrees C", false}},
+      {"cpu1_temp", {"CPU1 Temp", "1", "3.1", "Temperature", "degrees C", false, {}}},
+      {"fan1", {"FAN1", "6", "29.1", "Fan", "RPM", false, {}}},
+      {"12v", {"12V", "8", "7.1", "Voltage", "Volts", false, {}}},
+      {"psu_in", {"PSU In", "9", "10.1", "Current", "Amps", false, {}}},
+      {"psu_power", {"PSU Power", "10", "10.1", "Other", "Watts", false, {}}},
+      {"humidity", {"Humidity", "11", "7.1", "Other", "percent", false, {}}},
+      {"ps1_status", {"PS1 Status", "12", "10.1", "Power Supply", "", true, {}}},
+      {"temp_3", {"Temp", "3", "3.1", "Temperature", "degrees C", false, {}}},
+      {"temp_4", {"Temp", "4", "3.2", "Temperature", "degrees C", false, {}}},
+      {"odd", {"a \"b\" c\\d\ne <&>", "", "", "", "furlongs", false, {}}},
+      {"gone", {"Gone", "13", "3.1", "Temperature", "degrees C", false, {}}},
   });
   board.publish({"ipmitool", "node1", 2000000, 1000000, 0.25,
-                 {{"cpu1_temp", 47}, {"fan1", 5460}, {"12v", 12.06}, {"psu_in", 0.5}, {"psu_power", 120},
-                  {"humidity", 40}, {"ps1_status", 256}, {"temp_3", 38}, {"temp_4", 41}, {"odd", 1},
-                  {"gone", std::nullopt}, {"no_facts", 7}}});
+                 {{"cpu1_temp", 47, {}}, {"fan1", 5460, {}}, {"12v", 12.06, {}}, {"psu_in", 0.5, {}}, {"psu_power", 120, {}},
+                  {"humidity", 40, {}}, {"ps1_status", 256, {}}, {"temp_3", 38, {}}, {"temp_4", 41, {}}, {"odd", 1, {}},
+                  {"gone", std::nullopt, {}}, {"no_facts", 7, {}}}});
   const std::string page = renderExposition(board.view());
   const char* lines[] = {
       "ipmi_temperature_celsius{name=\"CPU1 Temp\",id=\"1\",entity=\"3.1\",type=\"Temperature\","

@@ -20,11 +20,11 @@ std::size_t count(const std::string& text, const std::string& part) {
 TEST(LandingPage, ShowsEachSensorWithItsTrendAndEscapesWhatTheBmcSent) {
   MetricsBoard board;
   board.setUp(true);
-  board.setSensorFacts({{"evil", {"<script>x</script> \"q\" & 'a'", "1", "3.1", "T<emp>", "degrees C", false}},
-                        {"ps1_status", {"PS1 Status", "2", "10.1", "Power Supply", "", true}}});
+  board.setSensorFacts({{"evil", {"<script>x</script> \"q\" & 'a'", "1", "3.1", "T<emp>", "degrees C", false, {}}},
+                        {"ps1_status", {"PS1 Status", "2", "10.1", "Power Supply", "", true, {}}}});
   for (double temperature : {40.0, 41.5}) {
     board.publish({"ipmitool", "node<1>", 1732180000000000, 1732180000000000, 0.5,
-                   {{"evil", temperature}, {"ps1_status", std::nullopt}, {"bare", 7}}});
+                   {{"evil", temperature, {}}, {"ps1_status", std::nullopt, {}}, {"bare", 7, {}}}});
   }
   const std::string page = renderLandingPage(board.view());
 
