@@ -102,6 +102,19 @@ VTR_API int vtr_ipmitool_discrete_states(vtr_event_provider_t* provider, size_t 
 typedef int (*vtr_ipmitool_discrete_states_fn)(vtr_event_provider_t* provider, size_t field,
                                                const vtr_ipmitool_state_t** states);
 
+/* The last sampling pass that ran to its end, whether or not it made an event. */
+typedef struct vtr_ipmitool_pass {
+  uint64_t started_us; /* wall clock, microseconds since the Unix epoch: the event's timestamp */
+  uint64_t ended_us;
+  uint8_t read;        /* 1 when the tool answered with readings (an event was made), else 0 */
+} vtr_ipmitool_pass_t;
+
+/* Stores the last pass through `pass` and returns 0; -1 when `provider` is null or no pass has
+   ended yet. A pass cut short by `stop` does not count. Any thread may call it. */
+VTR_API int vtr_ipmitool_last_pass(vtr_event_provider_t* provider, vtr_ipmitool_pass_t* pass);
+
+typedef int (*vtr_ipmitool_last_pass_fn)(vtr_event_provider_t* provider, vtr_ipmitool_pass_t* pass);
+
 /* Which kind of sensor stands behind a field. */
 typedef enum vtr_ipmitool_sensor_kind {
   VTR_SENSOR_KIND_NONE = 0,      /* no sensor: the timestamp */

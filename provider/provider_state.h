@@ -66,6 +66,9 @@ struct provider_t {
   // `progress` handed over last; guarded by `mutex`.
   EventReport pass_report;
   HandedEventReports handed_reports;
+  // When the last pass that ran to its end began and ended, and whether it read the sensors;
+  // all 0 before the first. Guarded by `mutex`.
+  vtr_ipmitool_pass_t last_pass{};
 
   // The records vtr_ipmitool_sensor_facts hands out, one per field in schema order, pointing
   // into the collector's fields; fixed by initialize, freed by destroy.

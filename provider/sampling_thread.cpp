@@ -141,7 +141,9 @@ void run_pass(provider_t* provider, SensorSample& sample) {
   if (isStopRequested(provider->stop_requested)) return;
   BufferLock lock(&provider->mutex);
   if (isStopRequested(provider->stop_requested)) return;
-  if (!ok || !holdsAnyValue(sample)) {
+  const bool read = ok && holdsAnyValue(sample);
+  provider->last_pass = {timestamp_us, vtr_now_us(), static_cast<uint8_t>(read)};
+  if (!read) {
     vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Failed to retrieve ipmitool sensor data.", kPass);
     provider->pending_events = 0;  // an event not handed over yet is stale now
     return;
@@ -222,6 +224,17 @@ bool ipmitool_provider_start(vtr_event_provider_t* record) {
   }
   provider->thread = thread;
   return true;
+}
+
+int vtr_ipmitool_last_pass(vtr_event_provider_t* record, vtr_ipmitool_pass_t* pass) {
+  if (record == nullptr) return -1;
+  vtr::ipmitool::provider_t* provider = vtr::ipmitool::provider_from_record(record);
+  pthread_mutex_lock(&provider->mutex);
+  const vtr_ipmitool_pass_t last = provider->last_pass;
+  pthread_mutex_unlock(&provider->mutex);
+  if (last.started_us == 0) return -1;
+  if (pass != nullptr) *pass = last;
+  return 0;
 }
 
 int ipmitool_provider_progress(vtr_event_provider_t* record, void*, vtr_data_serializer_t* serializer) {

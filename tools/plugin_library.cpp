@@ -54,6 +54,7 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     bind(api_.sensor_facts, "vtr_ipmitool_sensor_facts", false);
     bind(api_.event_field_health, "vtr_ipmitool_event_field_health", false);
     bind(api_.discrete_states, "vtr_ipmitool_discrete_states", false);
+    bind(api_.last_pass, "vtr_ipmitool_last_pass", false);
   } catch (...) {
     dlclose(handle_);
     throw;

@@ -68,6 +68,8 @@ struct PluginApi {
   // without them the pages show readings only.
   vtr_ipmitool_event_field_health_fn event_field_health = nullptr;
   vtr_ipmitool_discrete_states_fn discrete_states = nullptr;
+  // Whether the last pass read the BMC, and how long it took.
+  vtr_ipmitool_last_pass_fn last_pass = nullptr;
 };
 
 // The loaded plug-in; unloaded by the destructor.
