@@ -4,13 +4,15 @@
 // case runs twice, by default and with single-run sampling, against the same expected.json
 // (unless a default-mode-only file says why not). The event type's fields with the sensor
 // facts hosts get for each, the warnings and errors of construction and initialisation, the
-// first event (as vtr-host prints it, less its varying timestamp and source) and the status of
-// each field without a reading must match. Some of those warnings are rate-limited process-wide,
+// first event (as vtr-host prints it, less its varying timestamp and source), the status of
+// each field without a reading and the health of each sensor that is not nominal must match.
+// Some of those warnings are rate-limited process-wide,
 // so each case needs a process of its own. VTR_WRITE_GOLDEN=1 writes expected.json from what
 // the library does instead: review it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -57,8 +59,42 @@ std::string pretty(const JSON_Value* value) {
 // By vtr_field_status_t: what a field holds instead of a reading.
 const char* const kStatusNames[] = {"?", "read", "missing", "not convertible", "empty-field default"};
 
+const char* const kHealthNames[] = {"nominal", "warning", "critical", "unknown"};
+
+// {field: {"state", "thresholds" of a threshold sensor, "asserted" state names of a discrete
+// one}} for every field of the event whose sensor is not nominal. The status text is left out:
+// each listing words it its own way.
+JSON_Value* sensorsNotNominal(const host::PluginApi& api, vtr_event_provider_t* record,
+                              const vtr_type_definition_t& type, uint64_t eventTimeUs) {
+  std::vector<vtr_ipmitool_field_health_t> health(type.num_fields);
+  EXPECT_EQ(api.event_field_health(record, eventTimeUs, health.data(), health.size()), type.num_fields);
+  JSON_Value* fields = json_value_init_object();
+  for (int32_t i = 1; i < type.num_fields; ++i) {
+    if (health[i].health == VTR_HEALTH_NOMINAL) continue;
+    JSON_Object* field = json_object(json_value_init_object());
+    json_object_set_string(field, "state", kHealthNames[health[i].health < 4 ? health[i].health : 3]);
+    const vtr_ipmitool_state_t* states = nullptr;
+    if (api.discrete_states(record, static_cast<size_t>(i), &states) > 0) {
+      JSON_Value* asserted = json_value_init_array();
+      for (int offset = 0; offset < 15; ++offset)
+        if (health[i].asserted & (1u << offset)) json_array_append_string(json_array(asserted), states[offset].name);
+      json_object_set_value(field, "asserted", asserted);
+    } else {
+      JSON_Value* thresholds = json_value_init_array();
+      for (double threshold : health[i].thresholds) {
+        if (std::isnan(threshold)) json_array_append_null(json_array(thresholds));
+        else json_array_append_number(json_array(thresholds), threshold);
+      }
+      json_object_set_value(field, "thresholds", thresholds);
+    }
+    json_object_set_value(json_object(fields), type.fields[i]->field_name, json_object_get_wrapping_value(field));
+  }
+  return fields;
+}
+
 // {"initialize_log": [...], "fields": [{name, type, description, order}...] or null,
-//  "event": {...} or null, "without_reading": {field: status...}} of one provider run.
+//  "event": {...} or null, "without_reading": {field: status...}, "not_nominal": {...}} of one
+//  provider run.
 Json observe(const Options& options, const std::function<void()>& afterInitialize) {
   Json result(json_value_init_object(), json_value_free);
   JSON_Object* out = json_object(result.get());
@@ -106,10 +142,11 @@ Json observe(const Options& options, const std::function<void()>& afterInitializ
   EXPECT_EQ(hosted->api().field_status(record, nullptr, 0), -1) << "nothing handed over yet";
   afterInitialize();
   hosted->start();
-  if (JSON_Value* event = json_parse_string(hosted->nextEvent().json.c_str())) {
-    json_object_remove(json_object(event), "timestamp");
-    json_object_remove(json_object(event), "source");
-    json_object_set_value(out, "event", event);
+  const HostedProvider::Event event = hosted->nextEvent();
+  if (JSON_Value* json = json_parse_string(event.json.c_str())) {
+    json_object_remove(json_object(json), "timestamp");
+    json_object_remove(json_object(json), "source");
+    json_object_set_value(out, "event", json);
   }
   const vtr_ipmitool_sensor_facts_t* again = nullptr;
   EXPECT_EQ(hosted->api().sensor_facts(record, &again), type.num_fields);
@@ -123,6 +160,7 @@ Json observe(const Options& options, const std::function<void()>& afterInitializ
       json_object_set_string(json_object(withoutReading), type.fields[i]->field_name,
                              kStatusNames[statuses[i] < 5 ? statuses[i] : 0]);
   json_object_set_value(out, "without_reading", withoutReading);
+  json_object_set_value(out, "not_nominal", sensorsNotNominal(hosted->api(), record, type, event.timestampUs));
   return result;
 }
 
