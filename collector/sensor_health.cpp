@@ -88,7 +88,7 @@ FieldHealth discreteHealth(DiscreteType type, std::string_view statesWord) {
 }
 
 DiscreteType discreteTypeOf(const std::string& sensorTypeText, const std::vector<std::string>& assertedNames) {
-  DiscreteType type{sensorTypeCode(sensorTypeText).value_or(0)};
+  DiscreteType type{sensorTypeCode(withoutCarriageReturn(sensorTypeText)).value_or(0)};
   const std::vector<std::string_view> names(assertedNames.begin(), assertedNames.end());
   type.readingType = readingTypeOfNames(type.sensorType, names).value_or(kSensorSpecificReadingType);
   return type;
