@@ -75,7 +75,7 @@ ShellRun ToolShell::ask(const std::string& line, const std::string& command, uns
   if (running() && processEnded(pid_)) kill();  // it died while it waited: no command was lost
   // A session the BMC dropped cannot be closed: asking the process to exit would only wait.
   if (running() && idleLimit.count() != 0 && now - lastAnswer_ > idleLimit) kill();
-  if (running() && (line != line_ || answers_ >= kAnswersPerToolShell)) end();
+  if (running() && (line != line_ || answers_ >= answersPerProcess_)) end();
   const Clock::time_point deadline =
       timeLimitSec == 0 ? Clock::time_point::max() : now + std::chrono::seconds(timeLimitSec);
 

@@ -28,7 +28,8 @@ constexpr std::size_t kAnswersPerToolShell = 1000;
 // one thread at a time.
 class ToolShell {
  public:
-  explicit ToolShell(const volatile bool& stopFlag) : stopFlag_(stopFlag) {}
+  explicit ToolShell(const volatile bool& stopFlag, std::size_t answersPerProcess = kAnswersPerToolShell)
+      : stopFlag_(stopFlag), answersPerProcess_(answersPerProcess) {}
   ~ToolShell() { end(); }
   ToolShell(const ToolShell&) = delete;
   ToolShell& operator=(const ToolShell&) = delete;
@@ -36,7 +37,7 @@ class ToolShell {
   // Sends `command` and reads what it prints up to the next prompt. A process is started by
   // `line` first (and its first prompt awaited) when none runs, when the one running was started
   // by another line, when it has waited longer than `idleLimit` since its last answer (zero: no
-  // limit; a BMC drops a session left idle) or when it gave kAnswersPerToolShell answers.
+  // limit; a BMC drops a session left idle) or when it gave `answersPerProcess` answers.
   // `timeLimitSec` (0: none) bounds the start and the answer together. Returns Answered with the
   // answer, the echo of the command and the prompt taken off, and the process kept; otherwise
   // why the answer is not whole (Exited: the process ended first, with its wait status), no
@@ -59,6 +60,7 @@ class ToolShell {
   int kill();
 
   const volatile bool& stopFlag_;
+  const std::size_t answersPerProcess_;
   pid_t pid_ = -1;
   FileDescriptor input_;   // a socket, so that writing to a process that died raises no SIGPIPE
   FileDescriptor output_;  // non-blocking

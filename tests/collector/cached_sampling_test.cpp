@@ -169,9 +169,9 @@ TEST(SdrCacheDump, ThatFailsOrIsNotWholeGivesNoEventAndIsTriedAgain) {
   }
 }
 
-// One process answers pass after pass; a failed answer, a long idle wait or another start line
-// (another cache) gets a new one.
-TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongOrAnotherLineStartsIt) {
+// One process answers pass after pass; a failed answer, a long idle wait, another start line
+// (another cache) or its last answer (here the third) gets a new one.
+TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongAnotherLineStartsItOrItRetires) {
   const struct {
     const char* step;
     const char* answerFault;
@@ -188,10 +188,13 @@ TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongOrAnotherLineSt
       {"within the idle limit", "", "exec ipmitool shell 2>&1", 60, 0, ShellEnd::Answered, 2},
       {"past the idle limit", "", "exec ipmitool shell 2>&1", 1, 1100, ShellEnd::Answered, 3},
       {"another line", "", "exec ipmitool -c shell 2>&1", 0, 0, ShellEnd::Answered, 4},
+      {"its second answer", "", "exec ipmitool -c shell 2>&1", 0, 0, ShellEnd::Answered, 4},
+      {"its third answer", "", "exec ipmitool -c shell 2>&1", 0, 0, ShellEnd::Answered, 4},
+      {"retired", "", "exec ipmitool -c shell 2>&1", 0, 0, ShellEnd::Answered, 5},
   };
   test::FakeIpmitool fake;
   volatile bool stop = false;
-  ToolShell shell(stop);
+  ToolShell shell(stop, 3);
   for (const auto& step : steps) {
     fake.injectShellFault(step.answerFault);
     std::this_thread::sleep_for(std::chrono::milliseconds(step.waitMs));
