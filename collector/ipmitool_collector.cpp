@@ -59,7 +59,9 @@ int IpmitoolCollector::askToolShell(const std::string& command, const std::strin
     vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Stop flag asserted - skipping command execution");
     return -1;
   }
-  const std::string line = "exec " + command + " 2>&1";
+  // A host killed before it destroys the provider leaves the shell reading an ended input, on
+  // which the real tool spins for good: the kernel kills it when the thread that started it ends.
+  const std::string line = "exec setpriv --pdeathsig KILL " + command + " 2>&1";
   vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s' in '%s'", request.c_str(),
                        line.c_str());
   const std::chrono::seconds idleLimit = config_.remoteBmc.host.empty() ? std::chrono::seconds(0) : kSessionIdleLimit;

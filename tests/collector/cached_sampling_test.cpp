@@ -5,6 +5,7 @@
 // tool-run table of collector_test.cpp, what the passes publish in the golden fixtures.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -271,6 +272,30 @@ TEST(CachedSamplingOfTheSimulator, ReadsEachChangeAsTheDefaultMode) {
       EXPECT_EQ(fromCache[i].health.asserted.bits(), fromListing[i].health.asserted.bits()) << change << ": " << field;
     }
   }
+}
+
+// A host that dies without destroying the provider takes its tool shell along: the real tool's
+// shell would otherwise spin on its ended input for good.
+TEST(ToolShellOfADeadHost, GoesWithIt) {
+  test::FakeIpmitool fake;  // the host is a fork of this process, so it uses this fake tool
+  fake.injectFault("echo $$ >>\"$dir/pids\"; exec sleep 3600");  // no prompt, and no end of its own
+  const auto dieWhileAsking = [] {
+    volatile bool stop = false;
+    IpmitoolCollector collector(CollectorConfig(CollectorOptions()), stop);
+    std::thread([] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      _exit(0);
+    }).detach();
+    std::string answer;
+    collector.askToolShell("ipmitool shell", "sdr elist", answer);
+  };
+  EXPECT_EXIT(dieWhileAsking(), ::testing::ExitedWithCode(0), "");
+  const std::string pid = test::readFile(fake.directory() + "/pids");
+  ASSERT_FALSE(pid.empty());
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (fs::exists("/proc/" + pid.substr(0, pid.find('\n'))) && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_FALSE(fs::exists("/proc/" + pid.substr(0, pid.find('\n')))) << "the tool shell outlived its host";
 }
 
 // Root's processes are beyond this process's kill: each pass is a run of its own under sudo,

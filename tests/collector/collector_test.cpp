@@ -146,13 +146,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "[ipmitool collector] Command timed out"},
         ToolRun{"ShellEndingBeforeItsAnswer", Via::Shell, kRequest, "",
                 "echo 'Error: Unable to establish IPMI v2 / RMCP+ session' >&2; exit 1", 0, 30, -1, -1, "untouched",
-                "[ipmitool collector] The tool ended before it answered: 'exec ipmitool shell 2>&1'"},
+                "[ipmitool collector] The tool ended before it answered: 'exec setpriv --pdeathsig KILL ipmitool shell "
+                "2>&1'"},
         ToolRun{"ShellChildHoldingThePipe", Via::Shell, kRequest, "sleep 3600 & echo $! >>\"$dir/pids\"", "", 0, 30,
                 -1, 0, "<listing>", ""},
         ToolRun{"ShellOversizedAnswer", Via::Shell, kRequest, "", "head -c 100000000 /dev/zero", 0, 30, -1, -1,
                 "untouched",
-                "[ipmitool collector] Command output exceeded 67108864 bytes; run abandoned: 'exec ipmitool shell "
-                "2>&1'"},
+                "[ipmitool collector] Command output exceeded 67108864 bytes; run abandoned: 'exec setpriv "
+                "--pdeathsig KILL ipmitool shell 2>&1'"},
         ToolRun{"ShellStopDuringAnAnswerWithoutTimeLimit", Via::Shell, kRequest, kRecordPid, "sleep 3600", 0, 0, 300,
                 -1, "untouched", ""}),
     [](const ::testing::TestParamInfo<ToolRun>& info) { return info.param.name; });
