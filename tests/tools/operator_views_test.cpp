@@ -24,9 +24,11 @@ namespace {
 // Generous: Prometheus and Chromium start slowly on a loaded machine.
 constexpr auto kPatience = std::chrono::seconds(90);
 
-// vtr-host on a free loopback port, sampling the small simulated server every second.
+// vtr-host on a free loopback port, sampling a simulated server (the small one) every second.
 class ServingHost : public ::testing::Test {
  protected:
+  explicit ServingHost(const char* profile = "small") : sim_(profile) {}
+
   void SetUp() override {
     if (!sim_.installed()) GTEST_SKIP() << sim_.reason();
     ASSERT_TRUE(sim_.running()) << sim_.reason();
@@ -64,10 +66,17 @@ class ServingHost : public ::testing::Test {
 
   std::string url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
 
-  SimServer sim_{"small"};
+  SimServer sim_;
   int port_ = 0;
   std::unique_ptr<HostProcess> host_;
   std::string firstLine_;
+};
+
+// The same, reading the degraded server: a failed power supply, a slow fan, a low 12V, lost
+// redundancy.
+class ServingDegradedHost : public ServingHost {
+ protected:
+  ServingDegradedHost() : ServingHost("degraded") {}
 };
 
 std::string writeFile(const std::string& path, const std::string& text) {
@@ -118,7 +127,7 @@ TEST_F(ServingHost, PrometheusScrapesItAndFindsASensorByItsNameAndPromtoolFindsN
   removeDirectory(work);
 }
 
-TEST_F(ServingHost, BrowserShowsEverySensorOfTheServerWithOneTrendEach) {
+TEST_F(ServingDegradedHost, BrowserShowsEverySensorWithOneTrendEachAndTheFaultsFirstInWords) {
   const std::string work = makeTempDirectory("vtr-chromium");
   const std::string artifacts = VTR_TEST_ARTIFACTS_DIR;
   runShell("mkdir -p " + shellQuote(artifacts));
@@ -140,11 +149,29 @@ TEST_F(ServingHost, BrowserShowsEverySensorOfTheServerWithOneTrendEach) {
     EXPECT_NE(dom.output.find(">" + name + "</td>"), std::string::npos) << name;
   }
   std::size_t rows = 0;
-  const std::regex row("<tr><td[^>]*>[^<]*</td>(<td[^>]*>[^<]*</td>){4}<td><svg [^]*?</svg></td></tr>");
+  const std::regex row(
+      "<tr( class=\"attention\")?><td[^>]*>[^<]*</td>(<td[^>]*>[^<]*</td>){4}<td><svg [^]*?</svg></td></tr>");
   for (auto it = std::sregex_iterator(dom.output.begin(), dom.output.end(), row); it != std::sregex_iterator(); ++it) {
     ++rows;
   }
   EXPECT_EQ(rows, sensors.size()) << dom.output;
+
+  // The faults lead, each with its state in words, the failed power supply first.
+  const std::size_t start = dom.output.find("<section id=\"attention\">");
+  ASSERT_NE(start, std::string::npos) << dom.output;
+  const std::string attention = dom.output.substr(start, dom.output.find("</section>", start) - start);
+  std::smatch first;
+  ASSERT_TRUE(std::regex_search(attention, first, std::regex("<tr class=\"attention\"><td[^>]*>([^<]*)</td>")));
+  EXPECT_EQ(first[1], "PS2 Status") << attention;
+  const std::pair<const char*, const char*> faults[] = {{"PS2 Status", "Failure detected, Power Supply AC lost"},
+                                                        {"FAN3B", "below lower non-critical 600 RPM"},
+                                                        {"12V", "below lower critical 10.8 Volts"},
+                                                        {"PS Redundancy", "Redundancy Lost"}};
+  for (const auto& [sensor, words] : faults) {
+    const std::size_t at = attention.find(">" + std::string(sensor) + "</td>");
+    ASSERT_NE(at, std::string::npos) << sensor << " not in\n" << attention;
+    EXPECT_LT(attention.find(words, at), attention.find("</tr>", at)) << words << "\nin\n" << attention;
+  }
 
   EXPECT_EQ(shot.exitCode, 0) << shot.output;
   std::ifstream png(screenshot, std::ios::binary);
