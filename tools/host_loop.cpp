@@ -79,6 +79,9 @@ class EventPump {
   bool drainOnce(bool& morePending) {
     vtr_data_serializer_t serializer{session_.typeSystem(), buffer_.data(), buffer_.size(), 0};
     morePending = session_.progress(serializer) == 1;
+    // A pass has ended before its event is handed over: whoever finds an event on /metrics
+    // finds its pass there too.
+    recordLastPass();
     for (const EventBlock& block : decodeEventBlocks(buffer_.data(), serializer.used, *session_.typeSystem())) {
       for (std::size_t i = 0; i < block.count; ++i) {
         RenderedEvent event = printer_.render(block, i);
@@ -91,12 +94,22 @@ class EventPump {
     return true;
   }
 
+  void recordLastPass() {
+    const std::optional<vtr_ipmitool_pass_t> pass = session_.lastPass();
+    if (!pass || pass->ended_us == lastPassEndedUs_) return;
+    lastPassEndedUs_ = pass->ended_us;
+    // A clock set back during the pass would make its length negative.
+    const std::uint64_t lengthUs = pass->ended_us > pass->started_us ? pass->ended_us - pass->started_us : 0;
+    board_.setLastPass({pass->read != 0, static_cast<double>(lengthUs) / 1e6});
+  }
+
   const HostOptions& options_;
   ProviderSession& session_;
   const EventPrinter& printer_;
   MetricsBoard& board_;
   std::vector<std::uint8_t> buffer_;
   std::uint64_t printed_ = 0;
+  std::uint64_t lastPassEndedUs_ = 0;
 };
 
 // Errors, so that a missing tool or a refused option names itself.

@@ -104,5 +104,11 @@ int ProviderSession::progress(vtr_data_serializer_t& serializer) {
   return provider_->progress(provider_, nullptr, &serializer);
 }
 
+std::optional<vtr_ipmitool_pass_t> ProviderSession::lastPass() const {
+  vtr_ipmitool_pass_t pass{};
+  if (!api_.last_pass || api_.last_pass(provider_, &pass) != 0) return std::nullopt;
+  return pass;
+}
+
 }  // namespace host
 }  // namespace vtr

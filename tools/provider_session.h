@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +42,9 @@ class ProviderSession {
   void start();
   // One progress call; returns the provider's result (1: more events are pending).
   int progress(vtr_data_serializer_t& serializer);
+  // The last sampling pass that ran to its end; none before the first, or when the plug-in
+  // does not tell.
+  std::optional<vtr_ipmitool_pass_t> lastPass() const;
 
   vtr_type_system_t* typeSystem() const { return typeSystem_.get(); }
 

@@ -10,10 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/test_env.h"
@@ -147,6 +150,19 @@ inline std::optional<HttpResponse> httpExchange(int port, const std::string& req
 
 inline std::optional<HttpResponse> httpGet(int port, const std::string& path) {
   return httpExchange(port, "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+}
+
+// GETs `path` from `port` every half second until `done` holds for the body; that body, or
+// nullopt after 90 s: generous, as Prometheus and Chromium start slowly on a loaded machine.
+inline std::optional<std::string> awaitBody(int port, const std::string& path,
+                                            const std::function<bool(const std::string&)>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(90);
+  while (std::chrono::steady_clock::now() < deadline) {
+    const std::optional<HttpResponse> response = httpGet(port, path);
+    if (response && done(response->body)) return response->body;
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  }
+  return std::nullopt;
 }
 
 }  // namespace test

@@ -159,7 +159,7 @@ class RunningHost : public ::testing::Test {
 // Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping; each
 // reading goes to its unit's family with the sensor in the labels, and a sensor name that is
 // not UTF-8 gets U+FFFD in the line and on the page. A field without a reading is null in the
-// line and absent from the page.
+// line and absent from the page. A pass that fails shows in ipmi_up.
 TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
   setenv("VTR_SOURCE_ID", R"(rack "7"\a)", 1);
   std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
@@ -180,7 +180,8 @@ TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
         R"(ipmi_sensor_states_asserted{name="PS2 Status",id="12",entity="10.2",type="Power Supply",)"
         R"(field="ps2_status",source="rack \"7\"\\a"} 768)",
         "# TYPE ipmi_temperature_celsius gauge", "# TYPE vtr_host_events_total counter",
-        "vtr_host_last_event_timestamp_seconds 17", "vtr_host_up 1"})
+        "vtr_host_last_event_timestamp_seconds 17", "vtr_host_up 1", R"(ipmi_up{collector="ipmi"} 1)",
+        "ipmi_scrape_duration_seconds "})
     EXPECT_NE(body.find("\n" + sample), std::string::npos) << sample << "\nin\n" << body;
   EXPECT_EQ(body.find("\nvtr_host_events_total 0\n"), std::string::npos) << body;
   EXPECT_NE(body.find("name=\"CPU\xEF\xBF\xBD Temp\""), std::string::npos) << "labels in UTF-8";
@@ -200,6 +201,14 @@ TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
   ASSERT_TRUE(response);
   EXPECT_EQ(response->body.find("field=\"cpu2_temp\""), std::string::npos) << response->body;
   EXPECT_NE(response->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << response->body;
+
+  // A pass that does not read the BMC: ipmi_up says so, and the last event's readings stay.
+  tool.setExitCode(1);
+  const std::optional<std::string> unread = awaitBody(port, "/metrics", [](const std::string& page) {
+    return page.find("\nipmi_up{collector=\"ipmi\"} 0\n") != std::string::npos;
+  });
+  ASSERT_TRUE(unread) << host->errorOutput();
+  EXPECT_NE(unread->find("field=\"3.3v\""), std::string::npos) << *unread;
 }
 
 // A second host on the port is refused; only a short GET or HEAD is served, and idle
