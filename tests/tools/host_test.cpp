@@ -144,9 +144,10 @@ class RunningHost : public ::testing::Test {
     host->signal(SIGTERM);
     EXPECT_EQ(host->wait(), 0) << host->errorOutput();
   }
-  // The status line of the answer to `request`; empty when none came.
-  std::string statusLineFor(const std::string& request) const {
-    const auto response = httpExchange(port, request);
+  // The status line of the answer to `request` (and `streamed` bytes behind it); empty when
+  // none came.
+  std::string statusLineFor(const std::string& request, std::size_t streamed = 0) const {
+    const auto response = httpExchange(port, request, streamed);
     return response ? response->head.substr(0, response->head.find('\r')) : "";
   }
 
@@ -202,25 +203,36 @@ TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
   EXPECT_NE(response->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << response->body;
 }
 
-// A second host on the port is refused; only a short GET or HEAD is served, and idle
-// connections do not starve a scrape.
+// A second host on the port is refused; only a short GET or HEAD is served, the host's memory
+// does not follow what a client streams at it, and idle connections do not starve a scrape.
 TEST_F(RunningHost, GuardsItsPort) {
   start();
   HostProcess second({"--listen", std::to_string(port)});
   EXPECT_EQ(second.wait(), 1);
   EXPECT_EQ(second.errorLines().size(), 1u) << second.errorOutput();
 
+  // Each row's request, then that many bytes streamed behind it without waiting.
+  constexpr std::size_t k200MiB = 200u << 20;
   const struct {
     std::string request;
+    std::size_t streamed;
     const char* status;
   } rows[] = {
-      {"HEAD /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 200 OK"},
-      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
-      {"DELETE /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
-      {"GET /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 413 Payload Too Large"},
-      {"GET /" + std::string(1 << 20, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", "HTTP/1.1 414 URI Too Long"},
+      {"HEAD /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", 0, "HTTP/1.1 200 OK"},
+      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", 0, "HTTP/1.1 405 Method Not Allowed"},
+      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 209715200\r\n\r\n", k200MiB,
+       "HTTP/1.1 405 Method Not Allowed"},
+      {"DELETE /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", 0, "HTTP/1.1 405 Method Not Allowed"},
+      {"GET /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 209715200\r\n\r\n", k200MiB, "HTTP/1.1 413 Payload Too Large"},
+      {"GET /", k200MiB, "HTTP/1.1 414 URI Too Long"},
+      {"GET /metrics HTTP/1.1\r\nHost: x\r\nX-Padding: ", k200MiB, "HTTP/1.1 400 Bad Request"},
   };
-  for (const auto& row : rows) EXPECT_EQ(statusLineFor(row.request), row.status) << row.request.substr(0, 20);
+  const long idlePeakKib = host->peakResidentKib();
+  ASSERT_GT(idlePeakKib, 0);
+  for (const auto& row : rows)
+    EXPECT_EQ(statusLineFor(row.request, row.streamed), row.status) << row.request.substr(0, 24);
+  // What a client sends is not held: a generous bound, far below any one body.
+  EXPECT_LT(host->peakResidentKib() - idlePeakKib, 20 * 1024);
 
   std::vector<int> idle;
   for (int i = 0; i < 200; ++i) idle.push_back(connectLoopback(port));
