@@ -2,15 +2,18 @@
 // failing exit code with nothing left running; SIGINT and SIGTERM end a run cleanly with exit
 // code 0), one JSON line per sample with the host's own keys, the sample and time limits, the
 // schema file, /metrics as a Prometheus server reads it, no number for a missing reading, valid
-// JSON whatever bytes a name holds, one host per port, and requests refused at once. What the
-// lines hold field by field is checked once, by the golden fixtures.
+// JSON whatever bytes a name holds, one host per port, requests refused at once, and a
+// missing ipmitool named by the host. What the lines hold field by field is checked once, by
+// the golden fixtures.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
@@ -67,16 +70,71 @@ INSTANTIATE_TEST_SUITE_P(
                       BadInput{"ListenAddressNotAPort", {"--listen", "localhost:http"}, "--listen"}),
     [](const ::testing::TestParamInfo<BadInput>& info) { return info.param.name; });
 
-// The library's own error lines come first by default, so the failure names its cause.
+// PATH without any ipmitool for this process: links to the other commands the provider's runs
+// and the fake tool use, behind `first` when given. The destructor restores PATH.
+class PathWithoutIpmitool {
+ public:
+  explicit PathWithoutIpmitool(const std::string& first = "") : dir_(makeTempDirectory("vtr-path")) {
+    for (const std::string command : {"timeout", "grep", "cat", "dirname"}) {
+      std::string target = runShell("command -v " + command).output;
+      target.erase(target.find_last_not_of('\n') + 1);
+      std::filesystem::create_symlink(target, dir_ + "/" + command);
+    }
+    saved_ = std::getenv("PATH");
+    setenv("PATH", (first.empty() ? dir_ : first + ":" + dir_).c_str(), 1);
+  }
+  ~PathWithoutIpmitool() {
+    restorePath(saved_);
+    removeDirectory(dir_);
+  }
+
+ private:
+  std::string dir_;
+  std::string saved_;
+};
+
+const std::string kToolMissing = "vtr-host: 'ipmitool' is not installed or not in PATH";
+
+// The library's own error lines come first by default, so the failure names its cause; a tool
+// missing from PATH is named by the host before the failure.
 TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
-  FakeIpmitool tool;
-  tool.setExitCode(1);
+  {
+    FakeIpmitool tool;
+    tool.setExitCode(1);
+    HostProcess host(kDiscreteEverySecond);
+    EXPECT_EQ(host.wait(), 1);
+    const std::vector<std::string> lines = host.errorLines();
+    ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+    EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
+    EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."),
+              std::string::npos);
+    EXPECT_EQ(host.errorOutput().find(kToolMissing), std::string::npos);
+  }
+  PathWithoutIpmitool path;
   HostProcess host(kDiscreteEverySecond);
   EXPECT_EQ(host.wait(), 1);
   const std::vector<std::string> lines = host.errorLines();
   ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+  EXPECT_EQ(lines[lines.size() - 2], kToolMissing) << host.errorOutput();
   EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
-  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."), std::string::npos);
+}
+
+// Samples stop when the tool goes away; the host names the cause once, at the default level.
+TEST(HostRun, ToolThatVanishesWhileSamplingIsNamedOnce) {
+  FakeIpmitool tool;
+  PathWithoutIpmitool path(tool.directory());
+  HostProcess host(kDiscreteEverySecond);
+  ASSERT_TRUE(host.readLine()) << host.errorOutput();
+  EXPECT_EQ(host.errorOutput(), "");
+  std::filesystem::remove(tool.directory() + "/ipmitool");
+  // It looks every few seconds without an event; the bound is for a loaded machine.
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (host.errorOutput().find(kToolMissing) == std::string::npos && std::chrono::steady_clock::now() < limit)
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.wait(), 0);
+  const std::vector<std::string> lines = host.errorLines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), kToolMissing), 1) << host.errorOutput();
 }
 
 // The tool hangs with no time limit while the provider initialises: the stop still ends it.
