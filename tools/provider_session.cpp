@@ -30,8 +30,7 @@ ProviderSession::ProviderSession(const PluginApi& api,
   // A failed initialize has already destroyed the provider.
   if (!initializeUnlessStopped(stopRequested)) {
     if (stopIsRequested(stopRequested)) return;
-    throw HostError(std::string("provider ") + name() +
-                    " failed to initialize; --log-level 7 shows its reasons");
+    throw InitializeFailed(name());
   }
   initialized_ = true;
 }

@@ -10,8 +10,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <sstream>
@@ -71,6 +73,13 @@ class HostProcess {
   void signal(int number) {
     if (pid_ > 0) kill(pid_, number);
   }
+  // The program's peak resident size so far (VmHWM), in KiB; 0 when it cannot be read.
+  long peakResidentKib() const {
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
+    return 0;
+  }
   // Lines wait() read after the last readLine().
   const std::vector<std::string>& remainingLines() const { return rest_; }
   std::string errorOutput() const { return readFile(errorFile_); }
@@ -114,11 +123,13 @@ class BusyPort {
 // A loopback TCP port that was free a moment ago.
 inline int pickFreeLoopbackPort() { return BusyPort().port(); }
 
-// A connected loopback socket (the caller closes it), or -1.
+// A connected loopback socket (the caller closes it), or -1. Sending or receiving gives up
+// after 30 s.
 inline int connectLoopback(int port) {
   int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   timeval limit{30, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -133,12 +144,16 @@ struct HttpResponse {
   std::string body;
 };
 
-// Sends `request` whole to 127.0.0.1:<port> and reads the answer until the server closes;
-// nullopt when nothing answered.
-inline std::optional<HttpResponse> httpExchange(int port, const std::string& request) {
+// Sends `request` whole to 127.0.0.1:<port>, then `streamedBytes` more bytes behind it
+// without waiting for an answer, until the server stops taking them; reads the answer until
+// the server closes. nullopt when nothing answered.
+inline std::optional<HttpResponse> httpExchange(int port, const std::string& request, std::size_t streamedBytes = 0) {
   const int fd = connectLoopback(port);
   if (fd < 0) return std::nullopt;
   send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+  const std::string filler(1 << 20, 'x');
+  for (ssize_t sent; streamedBytes > 0; streamedBytes -= static_cast<std::size_t>(sent))
+    if ((sent = send(fd, filler.data(), std::min(streamedBytes, filler.size()), MSG_NOSIGNAL)) <= 0) break;
   std::string response;
   char chunk[4096];
   for (ssize_t got; (got = recv(fd, chunk, sizeof(chunk), 0)) > 0;) response.append(chunk, static_cast<std::size_t>(got));
