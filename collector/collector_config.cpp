@@ -45,6 +45,7 @@ CollectorConfig::CollectorConfig(const CollectorOptions& options)
       includeEmptyFields(options.includeEmptyFields),
       statesAssertedAsText(false),
       singleRunSampling(options.singleRunSampling),
+      cachedSampling(options.cachedSampling),
       discreteFields{{kStatesAssertedLabel, options.includeDiscreteSensors}},
       continuousFields{{kSensorReadingLabel, options.includeContinuousSensors}},
       fieldDefaultTypes{{kStatesAssertedLabel, CollectorFieldType::Uint16},

@@ -22,6 +22,7 @@ struct CollectorOptions {
   // Comma-separated texts that also mean "no reading".
   std::string invalidSensorValues;
   bool singleRunSampling = false;
+  bool cachedSampling = false;
   RemoteBmc remoteBmc;
 };
 
@@ -45,6 +46,8 @@ class CollectorConfig {
   bool statesAssertedAsText;
   // Samples from one run of the compact table instead of the verbose listing and the states table.
   bool singleRunSampling;
+  // Samples through a private SDR cache (before single-run sampling when both are set).
+  bool cachedSampling;
   std::map<std::string, bool> discreteFields;
   std::map<std::string, bool> continuousFields;
   std::map<std::string, CollectorFieldType> fieldDefaultTypes;

@@ -52,10 +52,18 @@ int commandResult(const ShellRun& run, const std::string& line) {
     case ShellEnd::DeadlineKilled:
       // A tool that outlived `timeout` by the grace is reported as `timeout` itself would have.
       return reportTimedOut();
+    case ShellEnd::Answered:
+      return 0;
     case ShellEnd::Exited:
       break;
   }
   return classifyStatus(run.status);
+}
+
+int answerResult(const ShellRun& run, const std::string& line) {
+  if (run.end != ShellEnd::Exited) return commandResult(run, line);
+  vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool collector] The tool ended before it answered: '%s'", line.c_str());
+  return -1;
 }
 
 }  // namespace ipmitool

@@ -17,6 +17,9 @@ std::string composeCommandLine(const std::string& command, unsigned int timeoutS
 // 124 when the time limit ended it, -1 when it did not start, was killed by a signal or
 // wrote too much.
 int commandResult(const ShellRun& run, const std::string& line);
+// The same for one answer of a long-lived tool (tool_shell.h): 0 for a whole answer, -1 with
+// its own line for a process that ended before its prompt.
+int answerResult(const ShellRun& run, const std::string& line);
 
 }  // namespace ipmitool
 }  // namespace vtr

@@ -37,22 +37,25 @@ void updateDiscreteSensorData(const CollectorConfig& config, const DiscreteSenso
   storeSensorValue(config, sensorName, kStatesAssertedLabel, entry->second, sensor);
 }
 
+std::optional<std::string> unreadableStates(const CollectorConfig& config, const std::string& name,
+                                            bool reportRefusals) {
+  if (config.includeEmptyFields) {
+    vtr_log_rate_limited(
+        VTR_LOG_WARNING,
+        "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
+        name.c_str());
+    return std::string();
+  }
+  if (reportRefusals) {
+    vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Sensor '%s' will not be collected since the value is 'na'.",
+            name.c_str());
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> discreteRowStates(const CollectorConfig& config, std::string_view line,
                                              const std::string& name, bool reportRefusals) {
-  if (line.find(kNaMarker) != std::string_view::npos) {
-    if (config.includeEmptyFields) {
-      vtr_log_rate_limited(
-          VTR_LOG_WARNING,
-          "[ipmitool collector] Default value will be used for sensor '%s' because the original value is 'na'.",
-          name.c_str());
-      return std::string();
-    }
-    if (reportRefusals) {
-      vtr_log(VTR_LOG_WARNING, "[ipmitool collector] Sensor '%s' will not be collected since the value is 'na'.",
-              name.c_str());
-    }
-    return std::nullopt;
-  }
+  if (line.find(kNaMarker) != std::string_view::npos) return unreadableStates(config, name, reportRefusals);
 
   const auto marker = line.find(kWordMarker);
   if (marker != std::string_view::npos) {

@@ -20,6 +20,12 @@ void readDiscreteStatesTable(const CollectorConfig& config, const std::string& o
                              const std::unordered_set<std::string>* knownAtStart,
                              DiscreteSensorsData& discrete_sensors_data);
 
+// What stands for the states word of a discrete sensor the tool could not read ("na" in the
+// compact table, "ns" in the SDR listing): the empty text when empty fields are included (with
+// a rate-limited warning), else nothing (logged when `reportRefusals`).
+std::optional<std::string> unreadableStates(const CollectorConfig& config, const std::string& name,
+                                            bool reportRefusals);
+
 // The states word of one row of the compact table: "0x" and four digits, the empty text for
 // an "na" row when empty fields are included, nothing for a refused row (logged when
 // `reportRefusals`).

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 
 #include "collector/text_scan.h"
 
@@ -17,6 +18,8 @@ constexpr std::uint8_t kSpecific = kSensorSpecificReadingType;
 constexpr std::uint8_t kAnyType = 0x00;  // the sensor type of generic rows: they serve every type
 constexpr std::uint8_t kFirstGenericReadingType = 0x02;
 constexpr std::uint8_t kLastGenericReadingType = 0x0C;
+// In a states word as printed ("0x0b80"): the top bit of its second byte.
+constexpr unsigned kReservedBit = 0x80;
 
 struct StateRow {
   std::uint8_t sensorType;
@@ -380,12 +383,19 @@ struct StatusHealth {
   SensorHealth health;
 };
 
-// Both listings' texts: the compact table's column and the verbose listing's Status line.
+// The texts of the compact table's column, the SDR listing's column and the verbose listing's
+// Status line.
 constexpr StatusHealth kThresholdStatuses[] = {
     {"ok", N},
     {"nc", W},
     {"cr", C},
     {"nr", C},
+    {"lnc", W},
+    {"unc", W},
+    {"lcr", C},
+    {"ucr", C},
+    {"lnr", C},
+    {"unr", C},
     {"Lower Non-Critical", W},
     {"Upper Non-Critical", W},
     {"Lower Critical", C},
@@ -393,6 +403,17 @@ constexpr StatusHealth kThresholdStatuses[] = {
     {"Lower Non-Recoverable", C},
     {"Upper Non-Recoverable", C},
 };
+
+// "0x" and four hex digits, as a number; nothing for any other text.
+std::optional<std::uint16_t> statesWordValue(std::string_view word) {
+  constexpr std::string_view kPrefix = "0x";
+  if (word.size() != kPrefix.size() + 4 || word.substr(0, kPrefix.size()) != kPrefix) return std::nullopt;
+  std::uint16_t value = 0;
+  const char* last = word.data() + word.size();
+  const auto [end, error] = std::from_chars(word.data() + kPrefix.size(), last, value, 16);
+  if (error != std::errc() || end != last) return std::nullopt;
+  return value;
+}
 
 bool rowServes(const StateRow& row, DiscreteType type) {
   if (row.readingType != type.readingType) return false;
@@ -422,15 +443,22 @@ std::vector<int> AssertedStates::offsets() const {
 }
 
 std::optional<AssertedStates> decodeStatesWord(std::string_view word) {
-  constexpr std::string_view kPrefix = "0x";
-  if (word.size() != kPrefix.size() + 4 || word.substr(0, kPrefix.size()) != kPrefix) return std::nullopt;
-  std::uint16_t value = 0;
-  const char* last = word.data() + word.size();
-  const auto [end, error] = std::from_chars(word.data() + kPrefix.size(), last, value, 16);
-  if (error != std::errc() || end != last) return std::nullopt;
-  const unsigned offsets0to7 = value >> 8;
-  const unsigned offsets8to14 = value & 0x7F;
+  const std::optional<std::uint16_t> value = statesWordValue(word);
+  if (!value) return std::nullopt;
+  const unsigned offsets0to7 = *value >> 8;
+  const unsigned offsets8to14 = *value & ~kReservedBit & 0xFFu;
   return AssertedStates(static_cast<std::uint16_t>(offsets0to7 | offsets8to14 << 8));
+}
+
+bool setsReservedBit(std::string_view word) {
+  const std::optional<std::uint16_t> value = statesWordValue(word);
+  return value && (*value & kReservedBit) != 0;
+}
+
+std::string encodeStatesWord(AssertedStates states, bool reservedBit) {
+  char word[sizeof "0x0000"];
+  std::snprintf(word, sizeof word, "0x%02x%02x", states.bits() & 0xFFu, (states.bits() >> 8) | (reservedBit ? kReservedBit : 0u));
+  return word;
 }
 
 std::optional<std::string_view> knownStateName(DiscreteType type, int offset) {
@@ -465,6 +493,26 @@ NamedStates statesFromNames(DiscreteType type, const std::vector<std::string_vie
       result.unplaced.emplace_back(name);
   }
   return result;
+}
+
+std::vector<std::string_view> splitStateList(DiscreteType type, std::string_view list) {
+  constexpr std::string_view kSeparator = ", ";
+  std::vector<std::string_view> names;
+  std::string_view::size_type at = 0;
+  while (at < list.size()) {
+    const std::string_view rest = list.substr(at);
+    std::string_view::size_type length = 0;
+    for (const StateRow& row : kStates) {
+      const std::string_view name = row.name;
+      const bool whole = rest.substr(0, name.size()) == name &&
+                         (rest.size() == name.size() || rest.substr(name.size(), kSeparator.size()) == kSeparator);
+      if (rowServes(row, type) && whole) length = std::max(length, name.size());
+    }
+    if (length == 0) length = std::min(rest.find(kSeparator), rest.size());
+    names.push_back(rest.substr(0, length));
+    at += length + kSeparator.size();
+  }
+  return names;
 }
 
 std::optional<std::uint8_t> readingTypeOfNames(std::uint8_t sensorType, const std::vector<std::string_view>& names) {

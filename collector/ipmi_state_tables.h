@@ -49,6 +49,12 @@ class AssertedStates {
 // offsets 0-7 (bit 0 first), its second offsets 8-14 and a reserved top bit, which BMCs may
 // set and which is ignored. Nothing for "na" or any text but "0x" and four hex digits.
 std::optional<AssertedStates> decodeStatesWord(std::string_view word);
+// Whether a states word sets its reserved top bit, which IPMI has BMCs return as 1 (and
+// ipmi_sim as 0); false for a text that is not a states word.
+bool setsReservedBit(std::string_view word);
+// The states word of these states as the compact table prints it ("0x0b00"), with the
+// reserved top bit as given ("0x0b80").
+std::string encodeStatesWord(AssertedStates states, bool reservedBit);
 
 // The name ipmitool prints for a state ("Failure detected"); nothing where it prints none.
 std::optional<std::string_view> knownStateName(DiscreteType type, int offset);
@@ -70,6 +76,11 @@ struct NamedStates {
 };
 NamedStates statesFromNames(DiscreteType type, const std::vector<std::string_view>& names);
 
+// The names of a state list as the SDR listing ("ipmitool sdr elist") prints it: joined by ", ",
+// where a name may hold ", " itself ("AC out-of-range, but present"). A name of the sensor's
+// tables is taken whole, the longest that fits; any other text runs to the next ", ".
+std::vector<std::string_view> splitStateList(DiscreteType type, std::string_view list);
+
 // The verbose listing prints a sensor's type but not its event/reading type; the names tell:
 // the sensor type's own table if it holds every name, else the first generic table that does.
 // Nothing for no names or names no table holds.
@@ -81,9 +92,9 @@ SensorHealth stateHealth(DiscreteType type, int offset);
 // word, so that a decodeStatesWord result can be passed as it is.
 SensorHealth statesHealth(DiscreteType type, const std::optional<AssertedStates>& states);
 
-// A threshold sensor's status as the compact table ("ok", "nc", "cr", "nr") or the verbose
-// listing ("ok", "Lower Non-Critical", "Upper Critical", "Lower Non-Recoverable", ...) prints
-// it; Unknown for "na" and anything else.
+// A threshold sensor's status as the compact table ("ok", "nc", "cr", "nr"), the SDR listing
+// ("ok", "lnc", "ucr", "lnr", ...) or the verbose listing ("ok", "Lower Non-Critical", "Upper
+// Critical", "Lower Non-Recoverable", ...) prints it; Unknown for "na", "ns" and anything else.
 SensorHealth thresholdStatusHealth(std::string_view status);
 
 // The sensor type as the verbose listing names it ("Power Supply" for 0x08), "Unknown" for a

@@ -1,5 +1,6 @@
 #include "collector/ipmitool_collector.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -22,11 +23,19 @@ namespace {
 // The commands as their error lines name them, without time limit, sudo or LAN arguments.
 constexpr const char* kDiscreteStatesCommand = "ipmitool sensor | grep discrete";
 constexpr const char* kCompactTableCommand = "ipmitool sensor";
+constexpr const char* kSdrDumpCommand = "ipmitool sdr dump";
+constexpr const char* kCachedListingCommand = "ipmitool sdr elist";
+// The request that reads every sensor through the cache, comma-separated (-c).
+constexpr const char* kCachedListingRequest = "sdr elist";
+
+// A BMC drops a LAN session left idle for long (ipmi_sim after 30 s); a tool process that waited
+// longer than this is replaced rather than asked.
+constexpr std::chrono::seconds kSessionIdleLimit{20};
 
 }  // namespace
 
 IpmitoolCollector::IpmitoolCollector(const CollectorConfig& config, const volatile bool& stop_flag)
-    : config_(config), stopRequested(stop_flag) {}
+    : config_(config), stopRequested(stop_flag), toolShell_(stop_flag) {}
 
 int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& output) const {
   if (isStopRequested(stopRequested)) {
@@ -42,6 +51,22 @@ int IpmitoolCollector::runCommandAndCheck(std::string command, std::string& outp
   if (ended && isStopRequested(stopRequested)) return -1;
   const int result = commandResult(run, line);
   if (ended) output = std::move(run.output);
+  return result;
+}
+
+int IpmitoolCollector::askToolShell(const std::string& command, const std::string& request, std::string& output) {
+  if (isStopRequested(stopRequested)) {
+    vtr_log(VTR_LOG_DEBUG, "[ipmitool collector] Stop flag asserted - skipping command execution");
+    return -1;
+  }
+  const std::string line = "exec " + command + " 2>&1";
+  vtr_log_rate_limited(VTR_LOG_INFO, "[ipmitool collector] Running command: '%s' in '%s'", request.c_str(),
+                       line.c_str());
+  const std::chrono::seconds idleLimit = config_.remoteBmc.host.empty() ? std::chrono::seconds(0) : kSessionIdleLimit;
+  ShellRun run = toolShell_.ask(line, request, config_.commandTimeout, idleLimit);
+  if (run.end == ShellEnd::Answered && isStopRequested(stopRequested)) return -1;
+  const int result = answerResult(run, line);
+  if (result == 0) output = std::move(run.output);
   return result;
 }
 
@@ -130,6 +155,7 @@ bool IpmitoolCollector::setFieldsInfo(std::vector<std::unique_ptr<vtr_type_field
   }
   fields_ = SensorFields(std::move(kept));
   if (config_.singleRunSampling) compactTable_ = CompactTableSampler(order, fields_);
+  if (config_.cachedSampling) cachedSampler_ = CachedSampler(order, fields_, listing);
   schemaCreated = true;
   return true;
 }
@@ -148,6 +174,7 @@ void IpmitoolCollector::freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_fiel
 
 bool IpmitoolCollector::getSensorsData(SensorSample& out) {
   out.assign(fields_.size(), FieldReading{});
+  if (config_.cachedSampling) return sampleThroughCache(out);
   return config_.singleRunSampling ? sampleCompactTable(out) : sampleVerboseListing(out);
 }
 
@@ -177,6 +204,70 @@ bool IpmitoolCollector::sampleCompactTable(SensorSample& out) {
   // A failed run and an empty table end the pass as an empty verbose listing does.
   vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
   return false;
+}
+
+bool IpmitoolCollector::sampleThroughCache(SensorSample& out) {
+  if (!schemaCreated) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] The schema has not been created. Cannot parse sensor data.");
+    return false;
+  }
+  if (!sdrCache_.file().empty()) {
+    const std::string refusal = sdrCache_.refusal();
+    if (!refusal.empty()) remakeSdrCache(refusal);
+  }
+  if (sdrCache_.file().empty() && !makeSdrCache()) return false;
+
+  std::string answer;
+  const int result = readThroughCache(answer);
+  if (isStopRequested(stopRequested)) return false;
+  if (result != 0) {
+    vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to execute command '%s'.", kCachedListingCommand);
+    return false;
+  }
+  const CachedPass pass = cachedSampler_.sample(config_, fields_, answer, out);
+  switch (pass.outcome) {
+    case CachedPass::Read:
+      return true;
+    case CachedPass::CacheStale:
+      // Its other readings may belong to sensors that moved as well: no event from it.
+      remakeSdrCache("sensor '" + pass.staleSensor + "' no longer reads through it");
+      return false;
+    case CachedPass::NoRows:
+      break;
+  }
+  // An answer without a sensor: whatever the tool says instead, its next answer comes from a
+  // fresh process.
+  toolShell_.end();
+  vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to retrieve data from ipmitool sensors.");
+  return false;
+}
+
+bool IpmitoolCollector::makeSdrCache() {
+  toolShell_.end();  // a tool process keeps the SDR it loaded: none outlives its cache
+  const std::string file = sdrCache_.nextFile();
+  if (file.empty()) return false;
+  std::string output;
+  const int result = runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, "sdr dump " + file), output);
+  if (!sdrCache_.adopt(file, result == 0 && !isStopRequested(stopRequested))) {
+    if (!isStopRequested(stopRequested))
+      vtr_log(VTR_LOG_ERR, "[ipmitool collector] Failed to make the SDR cache with '%s'.", kSdrDumpCommand);
+    return false;
+  }
+  cachedSampler_.startCache();
+  return true;
+}
+
+void IpmitoolCollector::remakeSdrCache(const std::string& reason) {
+  vtr_log_rate_limited(VTR_LOG_WARNING, "[ipmitool collector] The SDR cache is remade: %s.", reason.c_str());
+  toolShell_.end();
+  sdrCache_.discard();
+}
+
+int IpmitoolCollector::readThroughCache(std::string& answer) {
+  const std::string cache = "-S " + sdrCache_.file() + " -c ";
+  if (config_.useSudo)
+    return runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, cache + kCachedListingRequest), answer);
+  return askToolShell(ipmitoolCommand(config_.remoteBmc, cache + "shell"), kCachedListingRequest, answer);
 }
 
 }  // namespace ipmitool

@@ -110,7 +110,7 @@ std::string refuseBmcPrivilegeLevel(const std::string& privilegeLevel) {
 
 std::string refuseBmcPasswordFile(const std::string& passwordFile) {
   if (passwordFile.empty()) return "";
-  if (!isWord(passwordFile, kPathCharacters)) return "expected a path of letters, digits, '.', '_', '+', '-' and '/'";
+  if (!isCommandLinePath(passwordFile)) return "expected a path of letters, digits, '.', '_', '+', '-' and '/'";
   const int fd = open(passwordFile.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) {
     return errno == ENOENT ? "the file does not exist" : std::string("the file cannot be read: ") + strerror(errno);
@@ -142,6 +142,8 @@ std::string refuseBmcPart(BmcPart part, const std::string& value) {
   }
   return refuseBmcPasswordFile(value);
 }
+
+bool isCommandLinePath(const std::string& path) { return isWord(path, kPathCharacters); }
 
 std::string ipmitoolCommand(const RemoteBmc& bmc, const std::string& arguments) {
   if (bmc.host.empty()) return "ipmitool " + arguments;

@@ -46,6 +46,10 @@ inline const std::string& bmcPart(const RemoteBmc& bmc, BmcPart part) {
 // by its owner only.
 std::string refuseBmcPart(BmcPart part, const std::string& value);
 
+// Whether a path may stand unquoted in a command line: letters, digits, '.', '_', '+', '-' and
+// '/', not led by '-'.
+bool isCommandLinePath(const std::string& path);
+
 // "ipmitool <arguments>", with the LAN arguments between the two when a host is set. The
 // password never appears: it is named by file (-f) or left to the environment (-E).
 std::string ipmitoolCommand(const RemoteBmc& bmc, const std::string& arguments);

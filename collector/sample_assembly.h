@@ -1,14 +1,17 @@
 #ifndef VTR_COLLECTOR_SAMPLE_ASSEMBLY_H
 #define VTR_COLLECTOR_SAMPLE_ASSEMBLY_H
 
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "collector/collector_config.h"
+#include "collector/field_naming.h"
 #include "collector/collector_types.h"
 #include "collector/sensor_fields.h"
 #include "collector/sensor_health.h"
 #include "collector/sensor_identity.h"
+#include "collector/value_rules.h"
 
 namespace vtr {
 namespace ipmitool {
@@ -31,7 +34,22 @@ bool storeSampleValue(const std::string& label, std::string&& value, CollectorFi
   return true;
 }
 
-
+// A table row's value text for a field (nothing: the row gives none) through the value rules of
+// the verbose listing into the field's reading: an invalid text is dropped or becomes the
+// empty-field default, the rest is cleaned and typed, and a value without a type is left out
+// as the verbose listing leaves out its sensor.
+template <typename ThresholdHealth>
+void storeRowValue(const CollectorConfig& config, const SensorField& field, std::optional<std::string> value,
+                   FieldReading& reading, ThresholdHealth&& thresholdHealth) {
+  if (!value) return;
+  const bool isDefault = !isValidValue(config, *value);
+  if (isDefault && handleInvalidSensorValue(config, field.sensor.name, *field.label, *value) != InvalidValue::Default)
+    return;
+  parseFieldValue(config, *field.label, *value);
+  const CollectorFieldType type = getFieldType(*value, field.sensor.kind);
+  if (type == CollectorFieldType::Unknown) return;
+  storeSampleValue(*field.label, std::move(*value), type, isDefault, field, reading, thresholdHealth);
+}
 
 // The readings of `fields` in a verbose listing: each kept sensor's values go to the fields
 // of its "Sensor ID". `names` (the start-up sensor names) serves the debug line that reports

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "collector/compact_table.h"
+#include "collector/sensor_rows.h"
 #include "collector/field_naming.h"
 #include "collector/listing_labels.h"
 #include "collector/sensor_facts.h"

@@ -31,9 +31,7 @@ SensorFacts sensorFactsOf(const SensorRecord& record, CollectorSensorType kind) 
 }
 
 std::string readingUnit(std::string_view reading) {
-  // A listing with CR line ends leaves the CR on the value; it is no part of a unit.
-  if (!reading.empty() && reading.back() == '\r') reading.remove_suffix(1);
-  reading = trimBlanks(reading);
+  reading = trimBlanks(withoutCarriageReturn(reading));
   // The tolerance "(+/- 0.5)" stands between the number and the unit when the tool prints one.
   const auto close = reading.find(')');
   const auto afterNumber = close != std::string_view::npos ? close + 1 : reading.find(' ');

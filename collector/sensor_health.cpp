@@ -12,12 +12,6 @@ namespace ipmitool {
 
 namespace {
 
-// A listing with CR line ends leaves the CR on the last value of a line.
-std::string_view withoutCarriageReturn(std::string_view text) {
-  if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
-  return text;
-}
-
 // "300.000" -> 300; nothing for "na" or any other text.
 std::optional<double> thresholdValue(std::string_view text) {
   text = trimBlanks(withoutCarriageReturn(text));
@@ -42,16 +36,28 @@ SensorHealth statusHealth(const std::string& sensorName, const std::string& stat
 
 }  // namespace
 
-FieldHealth thresholdHealthOfRecord(const std::string& sensorName, const SensorRecord& record) {
-  FieldHealth health;
-  const auto status = record.find(kStatusLabel);
-  if (status != record.end()) health.statusText = std::string(withoutCarriageReturn(status->second));
-  health.state = statusHealth(sensorName, health.statusText);
+Thresholds thresholdsOfRecord(const SensorRecord& record) {
+  Thresholds thresholds;
   for (int level = 0; level < kThresholdLevels; ++level) {
     const auto value = record.find(kThresholdLabels[level]);
-    if (value != record.end()) health.thresholds[level] = thresholdValue(value->second);
+    if (value != record.end()) thresholds[level] = thresholdValue(value->second);
   }
+  return thresholds;
+}
+
+FieldHealth thresholdHealthOfStatus(const std::string& sensorName, std::string status, const Thresholds& thresholds) {
+  FieldHealth health;
+  health.statusText = std::move(status);
+  health.state = statusHealth(sensorName, health.statusText);
+  health.thresholds = thresholds;
   return health;
+}
+
+FieldHealth thresholdHealthOfRecord(const std::string& sensorName, const SensorRecord& record) {
+  const auto status = record.find(kStatusLabel);
+  return thresholdHealthOfStatus(
+      sensorName, status != record.end() ? std::string(withoutCarriageReturn(status->second)) : std::string(),
+      thresholdsOfRecord(record));
 }
 
 FieldHealth thresholdHealthOfRow(const std::string& sensorName, std::string_view line,
@@ -82,7 +88,7 @@ FieldHealth discreteHealth(DiscreteType type, std::string_view statesWord) {
 }
 
 DiscreteType discreteTypeOf(const std::string& sensorTypeText, const std::vector<std::string>& assertedNames) {
-  DiscreteType type{sensorTypeCode(sensorTypeText).value_or(0)};
+  DiscreteType type{sensorTypeCode(withoutCarriageReturn(sensorTypeText)).value_or(0)};
   const std::vector<std::string_view> names(assertedNames.begin(), assertedNames.end());
   type.readingType = readingTypeOfNames(type.sensorType, names).value_or(kSensorSpecificReadingType);
   return type;

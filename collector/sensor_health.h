@@ -24,19 +24,27 @@ enum ThresholdLevel {
   kThresholdLevels
 };
 
+// A threshold sensor's thresholds in that order, in the reading's unit; none where the listing
+// says "na".
+using Thresholds = std::array<std::optional<double>, kThresholdLevels>;
+
 // How one field's sensor stood in one pass, from the listing the pass read.
 struct FieldHealth {
   SensorHealth state = SensorHealth::Unknown;
   // A threshold sensor's status as the listing prints it: "ok", "Lower Non-Critical" (verbose
   // listing), "nc" (compact table); empty when it printed none.
   std::string statusText;
-  // In the reading's unit; none where the listing says "na".
-  std::array<std::optional<double>, kThresholdLevels> thresholds;
+  Thresholds thresholds;
   AssertedStates asserted;  // a discrete sensor's
 };
 
 // A threshold sensor's health from its verbose listing record ("Status" and the threshold lines).
 FieldHealth thresholdHealthOfRecord(const std::string& sensorName, const SensorRecord& record);
+// The thresholds alone, from a verbose listing record.
+Thresholds thresholdsOfRecord(const SensorRecord& record);
+// A threshold sensor's health from a status as a listing prints it and thresholds known
+// otherwise.
+FieldHealth thresholdHealthOfStatus(const std::string& sensorName, std::string status, const Thresholds& thresholds);
 // The same from its compact table row (status and thresholds in the columns after the unit);
 // `bar` is the position of the row's first '|'.
 FieldHealth thresholdHealthOfRow(const std::string& sensorName, std::string_view line, std::string_view::size_type bar);

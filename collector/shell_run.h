@@ -19,12 +19,13 @@ enum class ShellEnd {
   DeadlineKilled,  // still running at the time limit plus the grace: the session was killed
   Stopped,         // the stop flag was set while it ran: the session was killed
   OutputTooLarge,  // wrote more than kMaxCommandOutputBytes: the session was killed
+  Answered,        // a long-lived tool (tool_shell.h) printed its prompt again and waits
 };
 
 struct ShellRun {
   ShellEnd end = ShellEnd::NotStarted;
   int status = 0;
-  std::string output;  // standard output; empty unless the shell exited or hit the deadline
+  std::string output;  // standard output; empty unless the shell exited, hit the deadline or answered
 };
 
 // Runs `/bin/sh -c line` in a session of its own, its standard output into a pipe (standard

@@ -17,6 +17,12 @@ inline std::string_view trimBlanks(std::string_view text) {
   return text.substr(first, last - first);
 }
 
+// A line without the carriage return that a listing with CR LF line ends leaves on it.
+inline std::string_view withoutCarriageReturn(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
 // Calls `onLine` for each line of `text`, split at '\n' only; a last line without a newline
 // counts. One pass, no copies: the views point into `text`.
 template <typename OnLine>

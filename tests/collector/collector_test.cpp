@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -29,11 +30,16 @@ CollectorOptions discreteSensorsIncluded() {
   return options;
 }
 
+// One run of a command line, or one answer of the long-lived tool shell to a command.
+enum class Via { Run, Shell };
+
 struct ToolRun {
   const char* name;
-  const char* command;
+  Via via;
+  const char* command;  // with Via::Shell: what the shell ("ipmitool shell") is asked
   const char* fault;  // shell code the tool runs first; each process it starts appends its pid to $dir/pids
-  int exitCode;       // the tool's own, after printing
+  const char* answerFault;  // shell code the tool's shell runs before it answers
+  int exitCode;             // the tool's own, after printing
   unsigned int timeoutSec;
   int stopAfterMs;  // < 0: no stop; 0: stopped before the run
   int result;
@@ -69,11 +75,12 @@ TEST_P(ToolRuns, EndWithTheirResultInBoundedTimeAndLeaveNothingRunning) {
   test::FakeIpmitool fake;
   test::LogRecorder log;
   fake.injectFault(row.fault);
+  fake.injectShellFault(row.answerFault);
   fake.setExitCode(row.exitCode);
   volatile bool stop = row.stopAfterMs == 0;
   CollectorOptions options;
   options.commandTimeout = row.timeoutSec;
-  const IpmitoolCollector collector(CollectorConfig(options), stop);
+  auto collector = std::make_unique<IpmitoolCollector>(CollectorConfig(options), stop);
   std::thread stopper;
   if (row.stopAfterMs > 0) {
     stopper = std::thread([&] {
@@ -83,9 +90,12 @@ TEST_P(ToolRuns, EndWithTheirResultInBoundedTimeAndLeaveNothingRunning) {
   }
   std::string output = "untouched";
   const auto started = Clock::now();
-  EXPECT_EQ(collector.runCommandAndCheck(row.command, output), row.result);
+  EXPECT_EQ(row.via == Via::Run ? collector->runCommandAndCheck(row.command, output)
+                                : collector->askToolShell("ipmitool shell", row.command, output),
+            row.result);
   EXPECT_LT(Clock::now() - started, kRunBound);
   if (stopper.joinable()) stopper.join();
+  collector.reset();  // a tool shell that answered lives as long as its collector
   EXPECT_EQ(output, row.output == "<listing>" ? test::readFile(test::fixturePath("small-server", "verbose.txt")) : row.output);
   EXPECT_TRUE(*row.logged == '\0' || log.contains(row.logged)) << row.logged;
   EXPECT_TRUE(everyStartedProcessGone(fake.directory() + "/pids"));
@@ -93,31 +103,58 @@ TEST_P(ToolRuns, EndWithTheirResultInBoundedTimeAndLeaveNothingRunning) {
 }
 
 constexpr const char* kListing = "ipmitool sensor -v";
+constexpr const char* kRequest = "sensor -v";
+constexpr const char* kHangIgnoringTerm =
+    "trap '' TERM; echo $$ >>\"$dir/pids\"; sleep 3600 & echo $! >>\"$dir/pids\"; wait";
+constexpr const char* kRecordPid = "echo $$ >>\"$dir/pids\"";
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, ToolRuns,
     ::testing::Values(
-        ToolRun{"Success", kListing, "", 0, 30, -1, 0, "<listing>", ""},
-        ToolRun{"FailureKeepsTheOutput", kListing, "", 3, 30, -1, 3, "<listing>", ""},
-        ToolRun{"ExitCode255", kListing, "", 255, 30, -1, 255, "<listing>", ""},
-        ToolRun{"StandardErrorIsOutput", "ipmitool raw 0x06 0x01", "", 0, 30, -1, 1,
+        ToolRun{"Success", Via::Run, kListing, "", "", 0, 30, -1, 0, "<listing>", ""},
+        ToolRun{"FailureKeepsTheOutput", Via::Run, kListing, "", "", 3, 30, -1, 3, "<listing>", ""},
+        ToolRun{"ExitCode255", Via::Run, kListing, "", "", 255, 30, -1, 255, "<listing>", ""},
+        ToolRun{"StandardErrorIsOutput", Via::Run, "ipmitool raw 0x06 0x01", "", "", 0, 30, -1, 1,
                 "fake ipmitool: unsupported arguments: raw 0x06 0x01\n", ""},
-        ToolRun{"PipelineGivesTheLastProgramsStatus", "ipmitool sensor | grep no-such-sensor", "", 0, 30, -1, 1, "", ""},
-        ToolRun{"KilledBySignal", "echo partial; kill -9 $$", "", 0, 30, -1, -1, "partial\n",
+        ToolRun{"PipelineGivesTheLastProgramsStatus", Via::Run, "ipmitool sensor | grep no-such-sensor", "", "", 0, 30,
+                -1, 1, "", ""},
+        ToolRun{"KilledBySignal", Via::Run, "echo partial; kill -9 $$", "", "", 0, 30, -1, -1, "partial\n",
                 "[ipmitool collector] Command exited with an unrecognized status code"},
-        ToolRun{"StopFlagSetBeforehandRunsNothing", kListing, "", 0, 30, 0, -1, "untouched",
+        ToolRun{"StopFlagSetBeforehandRunsNothing", Via::Run, kListing, "", "", 0, 30, 0, -1, "untouched",
                 "[ipmitool collector] Stop flag asserted - skipping command execution"},
         // Only the time limit can end this run, so the outcome does not depend on how busy the
         // machine is.
-        ToolRun{"HungToolIgnoringTermIsStoppedByTheTimeLimit",
-                kListing, "trap '' TERM; echo $$ >>\"$dir/pids\"; sleep 3600 & echo $! >>\"$dir/pids\"; wait", 0, 1, -1,
+        ToolRun{"HungToolIgnoringTermIsStoppedByTheTimeLimit", Via::Run, kListing, kHangIgnoringTerm, "", 0, 1, -1,
                 124, "", "[ipmitool collector] Command timed out"},
-        ToolRun{"ChildHoldingThePipe", kListing, "sleep 3600 & echo $! >>\"$dir/pids\"", 0, 30, -1, 0, "<listing>", ""},
-        ToolRun{"OversizedListing", kListing, "head -c 100000000 /dev/zero; exit 0", 0, 30, -1, -1, "untouched",
+        ToolRun{"ChildHoldingThePipe", Via::Run, kListing, "sleep 3600 & echo $! >>\"$dir/pids\"", "", 0, 30, -1, 0,
+                "<listing>", ""},
+        ToolRun{"OversizedListing", Via::Run, kListing, "head -c 100000000 /dev/zero; exit 0", "", 0, 30, -1, -1,
+                "untouched",
                 "[ipmitool collector] Command output exceeded 67108864 bytes; run abandoned: 'timeout 30 ipmitool "
                 "sensor -v 2>&1'"},
-        ToolRun{"StopDuringARunWithoutTimeLimit", kListing, "echo $$ >>\"$dir/pids\"; sleep 3600", 0, 0, 300, -1,
-                "untouched", ""}),
+        ToolRun{"StopDuringARunWithoutTimeLimit", Via::Run, kListing, "echo $$ >>\"$dir/pids\"; sleep 3600", "", 0, 0,
+                300, -1, "untouched", ""},
+        // The long-lived tool shell of cached sampling: the same bounds for each answer.
+        ToolRun{"ShellAnswers", Via::Shell, kRequest, kRecordPid, "", 0, 30, -1, 0, "<listing>", ""},
+        ToolRun{"ShellStopFlagSetBeforehandStartsNothing", Via::Shell, kRequest, "", "", 0, 30, 0, -1, "untouched",
+                "[ipmitool collector] Stop flag asserted - skipping command execution"},
+        ToolRun{"ShellWithoutPromptIgnoringTermIsKilledAtTheTimeLimit", Via::Shell, kRequest, kHangIgnoringTerm, "", 0,
+                1, -1, 124, "untouched", "[ipmitool collector] Command timed out"},
+        // A BMC that is gone, or forgot the session, leaves the tool waiting for answers.
+        ToolRun{"ShellThatNeverAnswersIsKilledAtTheTimeLimit", Via::Shell, kRequest, kRecordPid,
+                "trap '' TERM; sleep 3600 & echo $! >>\"$dir/pids\"; wait", 0, 1, -1, 124, "untouched",
+                "[ipmitool collector] Command timed out"},
+        ToolRun{"ShellEndingBeforeItsAnswer", Via::Shell, kRequest, "",
+                "echo 'Error: Unable to establish IPMI v2 / RMCP+ session' >&2; exit 1", 0, 30, -1, -1, "untouched",
+                "[ipmitool collector] The tool ended before it answered: 'exec ipmitool shell 2>&1'"},
+        ToolRun{"ShellChildHoldingThePipe", Via::Shell, kRequest, "sleep 3600 & echo $! >>\"$dir/pids\"", "", 0, 30,
+                -1, 0, "<listing>", ""},
+        ToolRun{"ShellOversizedAnswer", Via::Shell, kRequest, "", "head -c 100000000 /dev/zero", 0, 30, -1, -1,
+                "untouched",
+                "[ipmitool collector] Command output exceeded 67108864 bytes; run abandoned: 'exec ipmitool shell "
+                "2>&1'"},
+        ToolRun{"ShellStopDuringAnAnswerWithoutTimeLimit", Via::Shell, kRequest, kRecordPid, "sleep 3600", 0, 0, 300,
+                -1, "untouched", ""}),
     [](const ::testing::TestParamInfo<ToolRun>& info) { return info.param.name; });
 
 TEST(ToolRunUnderSudo, SudoWrapsTheTimeLimitedCommand) {

@@ -55,6 +55,20 @@ TEST(StatesWord, FirstByteHoldsOffsetsZeroToSevenSecondEightToFourteen) {
   }
 }
 
+// A word rebuilt from states (the SDR listing's names) reads back as the compact table prints
+// it, the reserved bit as the sensor's own word sets it.
+TEST(StatesWord, RebuiltFromStatesWithTheReservedBitAsGiven) {
+  const struct {
+    const char* word;
+    bool reservedBit;
+  } rows[] = {{"0x0b00", false}, {"0x0180", true}, {"0x0401", false}, {"0x00ff", true}, {"0x0000", false}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(setsReservedBit(row.word), row.reservedBit) << row.word;
+    EXPECT_EQ(encodeStatesWord(*decodeStatesWord(row.word), row.reservedBit), row.word);
+  }
+  EXPECT_FALSE(setsReservedBit("na"));
+}
+
 TEST(StateNames, GenericTablesServeEveryTypeAndGapsGetANumber) {
   const struct {
     DiscreteType type;
@@ -95,6 +109,20 @@ TEST(StateNames, ReadBackIntoOffsetsWithTheTableTheNamesBelongTo) {
     EXPECT_EQ(named.unplaced, row.unplaced);
   }
   EXPECT_EQ(bracketedStateName("                         [Drive Present]"), "Drive Present");
+  // The SDR listing joins names with ", ", which some names hold themselves.
+  const struct {
+    DiscreteType type;
+    const char* list;
+    std::vector<std::string_view> names;
+  } lists[] = {
+      {{0x08}, "Presence detected, Failure detected", {"Presence detected", "Failure detected"}},
+      {{0x08}, "AC out-of-range, but present, Config Error", {"AC out-of-range, but present", "Config Error"}},
+      {{0x08}, "AC out-of-range", {"AC out-of-range"}},  // a name another name starts with
+      {{0x22}, "S2: sleeping, processor context lost", {"S2: sleeping, processor context lost"}},
+      {{0x08}, "Frobnicated, Presence detected", {"Frobnicated", "Presence detected"}},
+      {{0x08}, "", {}},
+  };
+  for (const auto& row : lists) EXPECT_EQ(splitStateList(row.type, row.list), row.names) << row.list;
   for (const char* line : {"States Asserted       : Power Supply", "[]", " [Drive Present", ""})
     EXPECT_EQ(bracketedStateName(line), std::nullopt) << line;
 }
@@ -120,7 +148,7 @@ TEST(Health, WorstAssertedStateOrThresholdStatus) {
   }
   const std::pair<const char*, SensorHealth> statuses[] = {
       {"ok", N}, {"nc", W}, {"cr", C}, {"nr", C}, {"Lower Non-Critical", W}, {"Upper Non-Recoverable", C},
-      {"na", U}, {"", U},   {"lnc", U},
+      {"lnc", W}, {"ucr", C}, {"lnr", C}, {"na", U}, {"ns", U}, {"", U}, {"OK", U},
   };
   for (const auto& [status, health] : statuses) EXPECT_EQ(thresholdStatusHealth(status), health) << status;
 }
@@ -239,6 +267,39 @@ TEST(RealTool, PrintsEveryStateNameAndSensorTypeOfTheTables) {
         if (const auto name = knownStateName({std::uint8_t(sensorType), std::uint8_t(readingType)}, offset))
           expected.emplace_back(*name);
     EXPECT_EQ(sensor.stateNames, expected) << sensor.name;
+  }
+}
+
+// The SDR listing through a cache names the states of every sensor; read back, they give the
+// compact table's word for every offset a name places, that is all but the offsets the tool
+// names not and those it calls "reserved".
+TEST(RealTool, SdrListingStatesReadBackIntoTheCompactTablesWord) {
+  test::SimServer sim("state-names");
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  const std::string dir = test::makeTempDirectory("vtr-sdr");
+  const std::string cache = dir + "/sdr.cache";
+  const test::ShellResult dump = test::runShell(ipmitoolCommand(sim.remoteBmc(), "sdr dump " + cache) + " 2>&1");
+  const test::ShellResult listing = test::runShell(ipmitoolCommand(sim.remoteBmc(), "-S " + cache + " -c sdr elist"));
+  const test::ShellResult table = test::runShell(ipmitoolCommand(sim.remoteBmc(), "sensor") + " 2>&1");
+  test::removeDirectory(dir);
+  ASSERT_EQ(dump.exitCode, 0) << dump.output;
+  const auto words = compactTable(table.output);
+  std::vector<std::string> rows;
+  forEachLine(listing.output, [&](std::string_view line) { rows.emplace_back(line); });
+  ASSERT_EQ(rows.size(), words.size()) << listing.output;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    // "states TT EE b,NNh,ok,7.1,NAME, NAME..."
+    unsigned sensorType = 0, readingType = 0;
+    ASSERT_EQ(std::sscanf(rows[i].c_str(), "states %x %x", &sensorType, &readingType), 2) << rows[i];
+    const DiscreteType type{std::uint8_t(sensorType), std::uint8_t(readingType)};
+    std::string_view names = rows[i];
+    for (int cell = 0; cell < 4; ++cell) names.remove_prefix(names.find(',') + 1);
+    const Offsets rebuilt = statesFromNames(type, splitStateList(type, names)).asserted.offsets();
+    Offsets placeable;
+    for (int offset : decodeStatesWord(words[i].status)->offsets())
+      if (knownStateName(type, offset).value_or("reserved") != "reserved") placeable.push_back(offset);
+    EXPECT_EQ(rebuilt, placeable) << rows[i];
   }
 }
 

@@ -1,8 +1,9 @@
 // Every tests/fixtures/<case>/ holding an expected.json: the fake tool replays the case's
 // listings (and exit code) to the library as vtr-host loads and drives it; from the first pass
-// on it replays the case's verbose-later.txt and compact-later.txt where it has them. Each
-// case runs twice, by default and with single-run sampling, against the same expected.json
-// (unless a default-mode-only file says why not). The event type's fields with the sensor
+// on it replays the case's verbose-later.txt, compact-later.txt and sdr-elist-later.txt where
+// it has them. Each case runs three times, by default, with single-run sampling and with cached
+// sampling, against the same expected.json (unless a not-in-single-run-sampling or
+// not-in-cached-sampling file says why not). The event type's fields with the sensor
 // facts hosts get for each, the warnings and errors of construction and initialisation, the
 // first event (as vtr-host prints it, less its varying timestamp and source), the status of
 // each field without a reading and the health of each sensor that is not nominal must match.
@@ -164,10 +165,13 @@ Json observe(const Options& options, const std::function<void()>& afterInitializ
   return result;
 }
 
-Options singleRun(Options options) {
-  options.emplace_back("ipmitool-single-run-sampling", "true");
+// The sampling modes besides the default, by their option.
+Options withMode(Options options, const char* modeOption) {
+  options.emplace_back(modeOption, "true");
   return options;
 }
+Options singleRun(Options options) { return withMode(std::move(options), "ipmitool-single-run-sampling"); }
+Options cached(Options options) { return withMode(std::move(options), "ipmitool-cached-sampling"); }
 
 // From the first pass on, the case's later listings where it has them.
 void replayLater(FakeIpmitool& fake, const std::string& fixtureCase) {
@@ -176,6 +180,7 @@ void replayLater(FakeIpmitool& fake, const std::string& fixtureCase) {
     return readFile(std::filesystem::exists(path) ? path : fixturePath(fixtureCase, listing + ".txt"));
   };
   fake.replayText(later("verbose"), later("compact"));
+  if (std::filesystem::exists(fixturePath(fixtureCase, "sdr-elist.txt"))) fake.replaySdrListing(later("sdr-elist"));
 }
 
 Json expected(const std::string& fixtureCase) {
@@ -195,17 +200,26 @@ TEST_P(GoldenFixtureFreshProcess, RunMatchesExpectedJson) {
   EXPECT_EQ(pretty(actual.get()), pretty(want.get()));
 }
 
-TEST_P(GoldenFixtureFreshProcess, SingleRunSamplingMatchesTheSameExpectedJson) {
-  const std::string& fixtureCase = GetParam();
-  // A case whose later listings mean something else to the compact table alone says why.
-  const std::string defaultOnly = fixturePath(fixtureCase, "default-mode-only");
-  if (std::filesystem::exists(defaultOnly)) GTEST_SKIP() << readFile(defaultOnly);
+// A sampling mode besides the default gives the case's expected.json too, unless the case says
+// why not in its file `notInMode`; the verbose listing runs for the start-up only.
+void expectTheSameInMode(const std::string& fixtureCase, const char* notInMode, Options (*mode)(Options)) {
+  const std::string notHere = fixturePath(fixtureCase, notInMode);
+  if (std::filesystem::exists(notHere)) GTEST_SKIP() << readFile(notHere);
   FakeIpmitool fake(fixtureCase);
-  const Json actual = observe(singleRun(caseOptions(fixtureCase)), [&] { replayLater(fake, fixtureCase); });
+  const Json actual = observe(mode(caseOptions(fixtureCase)), [&] { replayLater(fake, fixtureCase); });
   EXPECT_EQ(pretty(actual.get()), pretty(expected(fixtureCase).get()));
-  // The verbose listing ran for the start-up only.
   const auto calls = fake.recordedCalls();
   EXPECT_LE(std::count(calls.begin(), calls.end(), "sensor -v"), 1);
+}
+
+// A case whose later listings mean something else to the compact table alone says why.
+TEST_P(GoldenFixtureFreshProcess, SingleRunSamplingMatchesTheSameExpectedJson) {
+  expectTheSameInMode(GetParam(), "not-in-single-run-sampling", singleRun);
+}
+
+// A case whose discrete states the SDR listing cannot name says why.
+TEST_P(GoldenFixtureFreshProcess, CachedSamplingMatchesTheSameExpectedJson) {
+  expectTheSameInMode(GetParam(), "not-in-cached-sampling", cached);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixtureFreshProcess, ::testing::ValuesIn(goldenCases()), [](const auto& info) {
@@ -219,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixtureFreshProcess, ::testing::ValuesIn(g
 struct RealToolCase {
   const char* profile;
   const char* fixtureCase;
-  bool singleRun;
+  const char* mode;  // "" (the default), "single_run" or "cached"
 };
 
 class GoldenFixtureRealToolFreshProcess : public ::testing::TestWithParam<RealToolCase> {};
@@ -231,18 +245,25 @@ TEST_P(GoldenFixtureRealToolFreshProcess, SimulatedServerMatchesItsRecording) {
   ASSERT_TRUE(sim.running()) << sim.reason();
   Options options = caseOptions(row.fixtureCase);
   for (const auto& option : sim.bmcOptions()) options.push_back(option);
-  if (row.singleRun) options = singleRun(options);
+  const std::string mode = row.mode;
+  if (mode == "single_run") options = singleRun(options);
+  if (mode == "cached") options = cached(options);
   EXPECT_EQ(pretty(observe(options, [] {}).get()), pretty(expected(row.fixtureCase).get()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Profiles, GoldenFixtureRealToolFreshProcess,
-                         ::testing::Values(RealToolCase{"small", "small-server", false},
-                                           RealToolCase{"small", "small-server", true},
-                                           RealToolCase{"two-socket", "two-socket", false},
-                                           RealToolCase{"two-socket", "two-socket", true}),
+                         ::testing::Values(RealToolCase{"small", "small-server", ""},
+                                           RealToolCase{"small", "small-server", "single_run"},
+                                           RealToolCase{"small", "small-server", "cached"},
+                                           RealToolCase{"two-socket", "two-socket", ""},
+                                           RealToolCase{"two-socket", "two-socket", "single_run"},
+                                           RealToolCase{"two-socket", "two-socket", "cached"},
+                                           RealToolCase{"degraded", "degraded-server", "cached"}),
                          [](const auto& info) {
-                           const char* profile = info.param.profile[0] == 's' ? "small" : "two_socket";
-                           return std::string(info.param.singleRun ? "single_run_" : "") + profile;
+                           std::string profile = info.param.profile;
+                           std::replace(profile.begin(), profile.end(), '-', '_');
+                           const std::string mode = info.param.mode;
+                           return mode.empty() ? profile : mode + "_" + profile;
                          });
 
 }  // namespace

@@ -79,6 +79,7 @@ TEST(ProviderOptions, EachOptionComesFromTheFirstSourceThatConverts) {
       {"include-continuous-sensors", nullptr, nullptr, nullptr, "true"},
       {"single-run-sampling", nullptr, "true", nullptr, "true"},
       {"single-run-sampling", nullptr, nullptr, nullptr, "false"},
+      {"cached-sampling", nullptr, nullptr, "1", "true"},      {"cached-sampling", nullptr, nullptr, nullptr, "false"},
       {"include-empty-fields", nullptr, nullptr, "true", "true"}, {"include-empty-fields", nullptr, nullptr, nullptr, "false"},
       {"invalid-sensor-values", "N/A,,disabled", nullptr, nullptr, "N/A,,disabled"},
       {"invalid-sensor-values", nullptr, nullptr, nullptr, ""},

@@ -113,6 +113,8 @@ FakeIpmitool::~FakeIpmitool() {
 void FakeIpmitool::replay(const std::string& fixtureCase) {
   replayText(readFile(fixturePath(fixtureCase, "verbose.txt")),
              readFile(fixturePath(fixtureCase, "compact.txt")));
+  const std::string sdrListing = fixturePath(fixtureCase, "sdr-elist.txt");
+  replaySdrListing(std::filesystem::exists(sdrListing) ? readFile(sdrListing) : "");
   const std::string exitCode = fixturePath(fixtureCase, "exit-code");
   writeFile(dir_ + "/exit-code", std::filesystem::exists(exitCode) ? readFile(exitCode) : "");
 }
@@ -123,9 +125,13 @@ void FakeIpmitool::replayText(const std::string& verboseListing,
   writeFile(dir_ + "/compact.txt", compactListing);
 }
 
+void FakeIpmitool::replaySdrListing(const std::string& sdrListing) { writeFile(dir_ + "/sdr-elist.txt", sdrListing); }
+
 void FakeIpmitool::setExitCode(int code) { writeFile(dir_ + "/exit-code", std::to_string(code)); }
 
 void FakeIpmitool::injectFault(const std::string& shellCode) { writeFile(dir_ + "/fault.sh", shellCode); }
+
+void FakeIpmitool::injectShellFault(const std::string& shellCode) { writeFile(dir_ + "/shell-fault.sh", shellCode); }
 
 std::vector<std::string> FakeIpmitool::recordedCalls() const {
   std::vector<std::string> calls;

@@ -30,9 +30,9 @@ std::string shellQuote(const std::string& text);
 
 // Puts a fake `ipmitool` first in PATH for this process. It replays a recorded fixture
 // (tests/fixtures/<case>/verbose.txt for "sensor -v", tests/fixtures/<case>/compact.txt for
-// "sensor", and exits with the code in its exit-code file, if any), records every argument
-// list, and can run injected shell code first. The destructor restores PATH and removes the
-// temporary directory.
+// "sensor", sdr-elist.txt for "sdr elist" through an SDR cache, also in its shell, and exits
+// with the code in its exit-code file, if any), records every argument list, and can run
+// injected shell code first. The destructor restores PATH and removes the temporary directory.
 class FakeIpmitool {
  public:
   explicit FakeIpmitool(const std::string& fixtureCase = "small-server");
@@ -42,10 +42,15 @@ class FakeIpmitool {
 
   // Replays these texts instead of a fixture case.
   void replayText(const std::string& verboseListing, const std::string& compactListing);
+  // The SDR listing its shell and "-c sdr elist" print.
+  void replaySdrListing(const std::string& sdrListing);
   void setExitCode(int code);
   // Shell code the tool runs first, in its own shell, with $dir its directory.
   void injectFault(const std::string& shellCode);
-  // One entry per run: the arguments joined by single blanks, e.g. "sensor -v".
+  // Shell code the tool's shell runs before each answer, with $command the command it answers.
+  void injectShellFault(const std::string& shellCode);
+  // One entry per run: the arguments joined by single blanks, e.g. "sensor -v"; one entry
+  // "shell: COMMAND" per command its shell read.
   std::vector<std::string> recordedCalls() const;
   const std::string& directory() const { return dir_; }
 

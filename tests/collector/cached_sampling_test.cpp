@@ -1,0 +1,234 @@
+// Cached sampling against the fake tool: the SDR cache lives in a private directory for as long
+// as the collector, is remade when its file or a sensor says it no longer holds, never read when
+// it is not whole; one tool process serves the passes until it fails, idles too long or its
+// cache changes; under sudo each pass is a run of its own. The bounds of each answer are in the
+// tool-run table of collector_test.cpp, what the passes publish in the golden fixtures.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "collector/ipmitool_collector.h"
+#include "collector/tool_shell.h"
+#include "support/log_capture.h"
+#include "support/test_env.h"
+
+namespace vtr {
+namespace ipmitool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kDumpCall = "sdr dump ";
+
+CollectorOptions cachedSampling() {
+  CollectorOptions options;
+  options.includeDiscreteSensors = true;
+  options.cachedSampling = true;
+  return options;
+}
+
+std::vector<std::string> callsStartingWith(const test::FakeIpmitool& fake, const std::string& start) {
+  std::vector<std::string> calls;
+  for (const std::string& call : fake.recordedCalls())
+    if (call.compare(0, start.size(), start) == 0) calls.push_back(call);
+  return calls;
+}
+
+// The cache files the collector had the tool dump, in order.
+std::vector<std::string> dumpedFiles(const test::FakeIpmitool& fake) {
+  std::vector<std::string> files;
+  for (const std::string& call : callsStartingWith(fake, kDumpCall)) files.push_back(call.substr(strlen(kDumpCall)));
+  return files;
+}
+
+// A collector that fixed its fields from the fake tool's listings.
+struct StartedCollector {
+  explicit StartedCollector(const CollectorOptions& options) : collector(CollectorConfig(options), stop) {
+    std::vector<std::unique_ptr<vtr_type_field_info_t>> fields;
+    started = collector.setFieldsInfo(fields);
+    IpmitoolCollector::freeFieldsInfo(fields);
+  }
+  bool sample() {
+    SensorSample out;
+    return collector.getSensorsData(out) && holdsAnyValue(out);
+  }
+
+  volatile bool stop = false;
+  IpmitoolCollector collector;
+  bool started = false;
+};
+
+TEST(SdrCacheDirectory, IsPrivateHoldsTheDumpAndGoesWithTheCollector) {
+  test::FakeIpmitool fake;
+  std::string directory;
+  {
+    StartedCollector started(cachedSampling());
+    StartedCollector other(cachedSampling());
+    ASSERT_TRUE(started.started && other.started);
+    ASSERT_TRUE(started.sample());
+    ASSERT_TRUE(other.sample());
+    const std::vector<std::string> files = dumpedFiles(fake);
+    ASSERT_EQ(files.size(), 2u);
+    EXPECT_TRUE(fs::exists(files[0]));
+    directory = fs::path(files[0]).parent_path();
+    EXPECT_NE(fs::path(files[1]).parent_path(), directory) << "no two collectors share a cache";
+    struct stat status {};
+    ASSERT_EQ(stat(directory.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+    // One tool process per collector, started with its own cache, asked once per pass.
+    EXPECT_EQ(callsStartingWith(fake, "-S " + files[0] + " -c shell").size(), 1u);
+    EXPECT_EQ(callsStartingWith(fake, "shell: sdr elist").size(), 2u);
+  }
+  EXPECT_FALSE(fs::exists(directory));
+}
+
+// What happens to the cache between a first pass and the next, and what the next pass gives.
+struct CacheChange {
+  const char* name;
+  std::function<void(test::FakeIpmitool&, const std::string& cacheFile)> change;
+  bool nextPassGivesEvent;  // false: the pass that finds it gives no event
+  const char* logged;
+};
+
+void PrintTo(const CacheChange& row, std::ostream* out) { *out << row.name; }
+
+class CacheChanges : public ::testing::TestWithParam<CacheChange> {};
+
+// Whatever the change, a cache remade once is read from then on, and by a new process.
+TEST_P(CacheChanges, RemakeTheCacheWithOneLineSayingWhy) {
+  const CacheChange& row = GetParam();
+  test::FakeIpmitool fake;
+  test::LogRecorder log;
+  StartedCollector started(cachedSampling());
+  ASSERT_TRUE(started.started);
+  ASSERT_TRUE(started.sample());
+  row.change(fake, dumpedFiles(fake).at(0));
+  EXPECT_EQ(started.sample(), row.nextPassGivesEvent);
+  EXPECT_TRUE(log.contains(row.logged, VTR_LOG_WARNING)) << row.logged;
+  EXPECT_TRUE(started.sample());
+  const std::vector<std::string> files = dumpedFiles(fake);
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_FALSE(fs::exists(files[0])) << "the old cache is gone";
+  EXPECT_EQ(callsStartingWith(fake, "-S " + files[1] + " -c shell").size(), 1u);
+}
+
+void overwrite(const std::string& file, const std::string& bytes) { std::ofstream(file, std::ios::trunc) << bytes; }
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CacheChanges,
+    ::testing::Values(
+        CacheChange{"TruncatedFile", [](test::FakeIpmitool&, const std::string& file) { fs::resize_file(file, 3); },
+                    true, "[ipmitool collector] The SDR cache is remade: its file no longer holds the SDR the tool dumped."},
+        CacheChange{"FileOfAnotherBmc",
+                    [](test::FakeIpmitool&, const std::string& file) { overwrite(file, "\x02\x00\x51\x02\x01\x41"); },
+                    true, "[ipmitool collector] The SDR cache is remade: its file no longer holds the SDR the tool dumped."},
+        CacheChange{"FileGone", [](test::FakeIpmitool&, const std::string& file) { fs::remove(file); }, true,
+                    "[ipmitool collector] The SDR cache is remade: its file cannot be read."},
+        // The sensor may have moved: no reading of this pass is trusted.
+        CacheChange{"SensorThatReadNoLongerReads",
+                    [](test::FakeIpmitool& fake, const std::string&) {
+                      std::string listing = test::readFile(test::fixturePath("small-server", "sdr-elist.txt"));
+                      const std::string row = "FAN2,5340,RPM,ok";
+                      fake.replaySdrListing(listing.replace(listing.find(row), row.size(), "FAN2,,,ns"));
+                    },
+                    false, "[ipmitool collector] The SDR cache is remade: sensor 'FAN2' no longer reads through it."}),
+    [](const ::testing::TestParamInfo<CacheChange>& info) { return info.param.name; });
+
+// A cache that cannot be made leaves the pass without an event, and is tried again next pass.
+TEST(SdrCacheDump, ThatFailsOrIsNotWholeGivesNoEventAndIsTriedAgain) {
+  const struct {
+    const char* fault;  // shell code the tool runs first
+    const char* logged;
+  } rows[] = {
+      {"case \"$*\" in *'sdr dump'*) exit 1 ;; esac", "[ipmitool collector] Failed to make the SDR cache with 'ipmitool sdr dump'."},
+      // A record announcing 32 bytes of body with one: a dump cut short.
+      {"case \"$*\" in *'sdr dump'*) printf '\\001\\000\\121\\001\\040\\001' >\"${*##* }\"; exit 0 ;; esac",
+       "[ipmitool collector] Failed to make the SDR cache with 'ipmitool sdr dump'."},
+  };
+  for (const auto& row : rows) {
+    test::FakeIpmitool fake;
+    test::LogRecorder log;
+    StartedCollector started(cachedSampling());
+    ASSERT_TRUE(started.started);
+    fake.injectFault(row.fault);
+    EXPECT_FALSE(started.sample()) << row.fault;
+    EXPECT_TRUE(log.contains(row.logged, VTR_LOG_ERR)) << row.fault;
+    EXPECT_TRUE(callsStartingWith(fake, "shell: ").empty()) << "nothing is read without a whole cache";
+    for (const std::string& file : dumpedFiles(fake)) EXPECT_FALSE(fs::exists(file)) << file;
+    fake.injectFault("");
+    EXPECT_TRUE(started.sample()) << row.fault;
+  }
+}
+
+// One process answers pass after pass; a failed answer, a long idle wait or another start line
+// (another cache) gets a new one.
+TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongOrAnotherLineStartsIt) {
+  const struct {
+    const char* step;
+    const char* answerFault;
+    const char* line;
+    int idleLimitSec;
+    int waitMs;  // before asking
+    ShellEnd end;
+    std::size_t processes;  // started so far
+  } steps[] = {
+      {"first answer", "", "exec ipmitool shell 2>&1", 0, 0, ShellEnd::Answered, 1},
+      {"second answer, same process", "", "exec ipmitool shell 2>&1", 0, 0, ShellEnd::Answered, 1},
+      {"the process dies answering", "exit 3", "exec ipmitool shell 2>&1", 0, 0, ShellEnd::Exited, 1},
+      {"a new process answers", "", "exec ipmitool shell 2>&1", 0, 0, ShellEnd::Answered, 2},
+      {"within the idle limit", "", "exec ipmitool shell 2>&1", 60, 0, ShellEnd::Answered, 2},
+      {"past the idle limit", "", "exec ipmitool shell 2>&1", 1, 1100, ShellEnd::Answered, 3},
+      {"another line", "", "exec ipmitool -c shell 2>&1", 0, 0, ShellEnd::Answered, 4},
+  };
+  test::FakeIpmitool fake;
+  volatile bool stop = false;
+  ToolShell shell(stop);
+  for (const auto& step : steps) {
+    fake.injectShellFault(step.answerFault);
+    std::this_thread::sleep_for(std::chrono::milliseconds(step.waitMs));
+    const ShellRun run = shell.ask(step.line, "sensor", 30, std::chrono::seconds(step.idleLimitSec));
+    EXPECT_EQ(run.end, step.end) << step.step;
+    EXPECT_EQ(run.output, step.end == ShellEnd::Answered ? test::readFile(test::fixturePath("small-server", "compact.txt"))
+                                                         : "")
+        << step.step;
+    const auto calls = fake.recordedCalls();
+    EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
+                            [](const std::string& call) { return call.size() >= 5 && call.substr(call.size() - 5) == "shell"; }),
+              static_cast<long>(step.processes))
+        << step.step;
+  }
+}
+
+// Root's processes are beyond this process's kill: each pass is a run of its own under sudo,
+// bound by `timeout`, reading the cache the dump made.
+TEST(CachedSamplingUnderSudo, RunsOneTimeLimitedListingPerPass) {
+  test::FakeIpmitool fake;
+  const std::string sudo = fake.directory() + "/sudo";
+  std::ofstream(sudo) << "#!/bin/sh\nprintf '%s\\n' \"$*\" >>\"$(dirname \"$0\")/sudo.log\"\nexec \"$@\"\n";
+  ASSERT_EQ(chmod(sudo.c_str(), 0755), 0);
+  CollectorOptions options = cachedSampling();
+  options.commandTimeout = 7;
+  options.useSudo = true;
+  StartedCollector started(options);
+  ASSERT_TRUE(started.started);
+  EXPECT_TRUE(started.sample());
+  EXPECT_TRUE(started.sample());
+  const std::string file = dumpedFiles(fake).at(0);
+  EXPECT_EQ(test::readFile(fake.directory() + "/sudo.log"),
+            "timeout 7 ipmitool sensor\ntimeout 7 ipmitool sensor -v\ntimeout 7 ipmitool sdr dump " +
+                file + "\ntimeout 7 ipmitool -S " + file + " -c sdr elist\ntimeout 7 ipmitool -S " + file +
+                " -c sdr elist\n");
+  EXPECT_TRUE(callsStartingWith(fake, "shell").empty());
+}
+
+}  // namespace
+}  // namespace ipmitool
+}  // namespace vtr
