@@ -39,10 +39,12 @@ bench:
 	cmake --build build-bench --target vtr_bench -j $(JOBS)
 	build-bench/bench/vtr_bench --benchmark_counters_tabular=true
 
-# Per-sample wall time and tool CPU of the default and the single-run mode against the
-# simulated server (both profiles), interleaved.
+# Per-sample wall time, tool and host CPU and simulator CPU of the three sampling modes and of
+# Debian's prometheus-ipmi-exporter against the simulated two-socket and 500-sensor servers,
+# interleaved.
 bench-modes: build
-	build/bench/sampling-modes --rounds 15
+	scripts/install-deps --with bench
+	build/bench/sampling-modes --rounds 20
 
 # vtr-host's own CPU per sample against the simulated two-socket server and a synthetic
 # 500-sensor listing, in both modes.

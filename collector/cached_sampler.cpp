@@ -121,7 +121,7 @@ CachedPass CachedSampler::sample(const CollectorConfig& config, const SensorFiel
     }
   });
   walk.reportUnmatched("ipmitool sdr elist");
-  if (walk.rows() != 0) pass.outcome = pass.staleSensor.empty() ? CachedPass::Read : CachedPass::CacheStale;
+  if (walk.matched() != 0) pass.outcome = pass.staleSensor.empty() ? CachedPass::Read : CachedPass::CacheStale;
   return pass;
 }
 

@@ -17,7 +17,7 @@ namespace ipmitool {
 struct CachedPass {
   enum Outcome {
     Read,        // the sample holds what the listing said
-    NoRows,      // the answer held no sensor row
+    NoRows,      // the answer held no row of a start-up sensor (a message of the tool instead)
     CacheStale,  // a sensor that had read through this cache failed to: it may have moved
   } outcome = NoRows;
   std::string staleSensor;  // with CacheStale: the sensor's name

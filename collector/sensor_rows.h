@@ -37,6 +37,8 @@ class SensorRows {
     // when it stands for none.
     const std::vector<std::size_t>* next(const std::string& rowName);
     std::size_t rows() const { return rowsSeen_; }
+    // Rows that stood for a start-up sensor.
+    std::size_t matched() const { return matched_; }
     // Warns, at most once per 10 s, when rows or start-up sensors found no partner: their
     // fields are left out. `command` names the table.
     void reportUnmatched(const char* command) const;

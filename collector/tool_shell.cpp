@@ -73,8 +73,9 @@ ShellRun ToolShell::ask(const std::string& line, const std::string& command, uns
   }
   const Clock::time_point now = Clock::now();
   if (running() && processEnded(pid_)) kill();  // it died while it waited: no command was lost
-  const bool idleTooLong = idleLimit.count() != 0 && now - lastAnswer_ > idleLimit;
-  if (running() && (line != line_ || idleTooLong || answers_ >= kAnswersPerToolShell)) end();
+  // A session the BMC dropped cannot be closed: asking the process to exit would only wait.
+  if (running() && idleLimit.count() != 0 && now - lastAnswer_ > idleLimit) kill();
+  if (running() && (line != line_ || answers_ >= kAnswersPerToolShell)) end();
   const Clock::time_point deadline =
       timeLimitSec == 0 ? Clock::time_point::max() : now + std::chrono::seconds(timeLimitSec);
 

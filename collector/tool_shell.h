@@ -45,7 +45,7 @@ class ToolShell {
                std::chrono::seconds idleLimit);
 
   // Ends the process, if one runs: it is asked to exit (so it closes its BMC session) and given
-  // a moment, then its whole session is killed.
+  // a moment, then its whole session is killed. One idle past the limit is killed at once.
   void end();
   bool running() const { return pid_ > 0; }
 

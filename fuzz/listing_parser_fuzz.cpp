@@ -1,11 +1,12 @@
 // Verbose sensor listings of any shape, with discrete sensors included so that every branch
 // of the parser runs, taken through every start-up step to the fields and then sampled as a
-// later listing and as a compact table; the first byte picks whether empty fields are kept
+// later listing, as a compact table and as an SDR listing; the first byte picks whether empty fields are kept
 // and whether the states are kept as text.
 #include <cstdint>
 #include <string>
 #include <unordered_map>
 
+#include "collector/cached_sampler.h"
 #include "collector/compact_table.h"
 #include "collector/listing_parser.h"
 #include "collector/sample_assembly.h"
@@ -31,5 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   assembleSample(fields, names, listing, sample);
   SensorSample fromTable(fields.size());
   CompactTableSampler(order, fields).sample(config, fields, output, fromTable);
+  SensorSample fromSdr(fields.size());
+  CachedSampler(order, fields, listing).sample(config, fields, output, fromSdr);
   return 0;
 }

@@ -18,6 +18,7 @@
 #include "collector/ipmitool_collector.h"
 #include "collector/tool_shell.h"
 #include "support/log_capture.h"
+#include "support/sim_server.h"
 #include "support/test_env.h"
 
 namespace vtr {
@@ -204,6 +205,68 @@ TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongOrAnotherLineSt
                             [](const std::string& call) { return call.size() >= 5 && call.substr(call.size() - 5) == "shell"; }),
               static_cast<long>(step.processes))
         << step.step;
+  }
+}
+
+// An answer that holds no sensor (a message of the tool instead) is a failed run, and the next
+// pass asks a new process.
+TEST(ToolShellAnswer, WithoutSensorsIsAFailedRunAndTheProcessIsReplaced) {
+  test::FakeIpmitool fake;
+  test::LogRecorder log;
+  StartedCollector started(cachedSampling());
+  ASSERT_TRUE(started.started);
+  fake.replaySdrListing("header read 4 bytes, expected 5\n");
+  EXPECT_FALSE(started.sample());
+  EXPECT_TRUE(log.contains("[ipmitool collector] Failed to retrieve data from ipmitool sensors.", VTR_LOG_ERR));
+  fake.replaySdrListing(test::readFile(test::fixturePath("small-server", "sdr-elist.txt")));
+  EXPECT_TRUE(started.sample());
+  EXPECT_EQ(callsStartingWith(fake, "-S ").size(), 2u);
+  EXPECT_EQ(dumpedFiles(fake).size(), 1u) << "the cache stays";
+}
+
+// The simulated server changed through its console between passes: each change reads through
+// the cache, in the one tool process, as the default mode reads it (value, status, health).
+TEST(CachedSamplingOfTheSimulator, ReadsEachChangeAsTheDefaultMode) {
+  test::SimServer sim("degraded", true);
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  CollectorOptions options = cachedSampling();
+  options.remoteBmc = sim.remoteBmc();
+  StartedCollector cached(options);
+  options.cachedSampling = false;
+  StartedCollector verbose(options);
+  ASSERT_TRUE(cached.started && verbose.started);
+  const auto sample = [](StartedCollector& started) {
+    SensorSample out;
+    EXPECT_TRUE(started.collector.getSensorsData(out));
+    return out;
+  };
+  const char* changes[] = {
+      "",  // as it starts
+      "'PS2 Status' --deassert 1 --deassert 3",
+      "0x40 --deassert 1 --assert 0",
+      "FAN3B --reading 5400",
+      "12V --reading 13.5",
+      "VBAT --reading 3.3",
+  };
+  for (const char* change : changes) {
+    if (*change != '\0') {
+      const test::ShellResult set = test::runShell(std::string(VTR_SOURCE_DIR) + "/sim/set-sensor --profile degraded " +
+                                                   "--console-port " + std::to_string(sim.consolePort()) + " " +
+                                                   change + " 2>&1");
+      ASSERT_EQ(set.exitCode, 0) << change << ": " << set.output;
+    }
+    const SensorSample fromCache = sample(cached);
+    const SensorSample fromListing = sample(verbose);
+    ASSERT_EQ(fromCache.size(), fromListing.size());
+    for (std::size_t i = 0; i < fromCache.size(); ++i) {
+      const std::string& field = cached.collector.fields()[i].name;
+      EXPECT_EQ(fromCache[i].text, fromListing[i].text) << change << ": " << field;
+      EXPECT_EQ(fromCache[i].status, fromListing[i].status) << change << ": " << field;
+      EXPECT_EQ(fromCache[i].health.state, fromListing[i].health.state) << change << ": " << field;
+      EXPECT_EQ(fromCache[i].health.thresholds, fromListing[i].health.thresholds) << change << ": " << field;
+      EXPECT_EQ(fromCache[i].health.asserted.bits(), fromListing[i].health.asserted.bits()) << change << ": " << field;
+    }
   }
 }
 
