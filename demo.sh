@@ -4,13 +4,17 @@
 #
 #   ./demo.sh --serve   keeps sampling every 2 s instead, with the landing page and /metrics on
 #                       http://127.0.0.1:9290/ (DEMO_LISTEN=[ADDR:]PORT to change), until Ctrl-C.
+#                       It serves the degraded server (the two-socket one with a failed power
+#                       supply, a slow fan, a low 12V and lost redundancy), so the page has
+#                       something to lead with.
 # Other arguments go to the CMake configure step.
 set -euo pipefail
 cd "$(dirname "$0")"
 serve=
+profile=two-socket
 build_args=()
 for arg in "$@"; do
-  if [ "$arg" = --serve ]; then serve=1; else build_args+=("$arg"); fi
+  if [ "$arg" = --serve ]; then serve=1 profile=degraded; else build_args+=("$arg"); fi
 done
 scripts/build ${build_args[@]+"${build_args[@]}"}
 
@@ -22,8 +26,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-echo "demo: starting the simulated two-socket server"
-sim/start-sim --profile two-socket --work-dir "$work" --info "$work/sim.info" >/dev/null
+echo "demo: starting the simulated $profile server"
+sim/start-sim --profile "$profile" --work-dir "$work" --info "$work/sim.info" >/dev/null
 # Sets pid, port, user and password_file.
 . "$work/sim.info"
 sim_pid=$pid

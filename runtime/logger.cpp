@@ -9,7 +9,8 @@
 #include <syslog.h>
 #include <time.h>
 
-#include "runtime/env_lookup.h"
+#include <new>
+#include <string>
 
 uint32_t vtr_log_level = VTR_LOG_LEVEL_UNSET;
 uint8_t is_registered = 0;
@@ -26,15 +27,19 @@ pthread_mutex_t own_mutex;
 constexpr size_t kHexBytesPerLine = 16;
 constexpr size_t kHexLineBufferSize = 100;
 
+// The framework's environment variables carry this prefix; the bare name counts too.
+constexpr char kEnvPrefix[] = "VTR_";
+constexpr size_t kEnvPrefixLength = sizeof(kEnvPrefix) - 1;
+
 bool thread_safety_disabled_by_environment() {
-  const char* value = vtr::quiet_getenv("VTR_LOG_THREAD_SAFE");
+  const char* value = vtr_getenv("VTR_LOG_THREAD_SAFE");
   if (value == nullptr || value[0] == '\0') return false;
   const int first = tolower(static_cast<unsigned char>(value[0]));
   return first != '1' && first != 't' && first != 'y';
 }
 
-// 1 when lines are serialised by a mutex, 0 when they are not.
-int init_logger_mutex() {
+// 1 when lines are serialised by a mutex, 0 when they are not. Named as its debug line names it.
+int _vtr_init_logger_mutex() {
   if (thread_safety_disabled_by_environment()) {
     vtr_log(VTR_LOG_DEBUG, "[logger] [%s] Thread safety is disabled by environment variable VTR_LOG_THREAD_SAFE",
             __func__);
@@ -52,7 +57,7 @@ int init_logger_mutex() {
 }
 
 void init_logger_mutex_or_note(const char* initialiser) {
-  if (!init_logger_mutex())
+  if (!_vtr_init_logger_mutex())
     vtr_log(VTR_LOG_DEBUG, "[logger] [%s] Initialized logger without thread-safety", initialiser);
 }
 
@@ -167,8 +172,41 @@ void vtr_close_logger(void) {
   vtr_init_stderr_logger(vtr_log_level);
 }
 
+const char* vtr_getenv(const char* key) {
+  if (key == nullptr) return nullptr;
+  std::string prefixed_name;
+  const char* bare_name = key;
+  try {
+    if (strncmp(key, kEnvPrefix, kEnvPrefixLength) == 0) {
+      prefixed_name = key;
+      bare_name = key + kEnvPrefixLength;
+    } else {
+      prefixed_name = std::string(kEnvPrefix) + key;
+    }
+  } catch (const std::bad_alloc&) {
+    return getenv(key);
+  }
+  const char* prefixed_value = getenv(prefixed_name.c_str());
+  const char* bare_value = getenv(bare_name);
+  // The level is read while the logger sets itself up: a message here would recurse into that.
+  if (strcmp(key, VTR_LOG_LEVEL_VARIABLE) == 0) return prefixed_value != nullptr ? prefixed_value : bare_value;
+  if (prefixed_value != nullptr) {
+    if (bare_value != nullptr && strcmp(prefixed_value, bare_value) != 0)
+      vtr_log(VTR_LOG_WARNING, "[%s] Environment variables conflict - %s=%s and %s=%s. Using %s", __func__,
+              prefixed_name.c_str(), prefixed_value, bare_name, bare_value, prefixed_name.c_str());
+    vtr_log(VTR_LOG_DEBUG, "[%s] Using '%s'='%s'", __func__, prefixed_name.c_str(), prefixed_value);
+    return prefixed_value;
+  }
+  if (bare_value != nullptr) {
+    vtr_log(VTR_LOG_DEBUG, "[%s] Using '%s'='%s'", __func__, bare_name, bare_value);
+    return bare_value;
+  }
+  vtr_log(VTR_LOG_DEBUG, "[%s] No value for '%s' or '%s'", __func__, prefixed_name.c_str(), bare_name);
+  return nullptr;
+}
+
 int __vtr_init_logger_default(void) {
-  const char* text = vtr::quiet_getenv(VTR_LOG_LEVEL_VARIABLE);
+  const char* text = vtr_getenv(VTR_LOG_LEVEL_VARIABLE);
   int level = 0;
   if (text == nullptr || sscanf(text, "%d", &level) != 1) level = 0;
   // A negative level wraps to a huge unsigned one, which admits every message.

@@ -61,6 +61,12 @@ VTR_API const char* vtr_priority_level_string_logger(int priority);
 VTR_API void vtr_logger_cleanup_mutex_exit_handler(void);
 VTR_API void log_hex(const void* bytes, size_t length);
 
+/* Environment lookup that accepts a key with or without the "VTR_" prefix; the prefixed
+ * variable wins. It logs what it found (a conflict of the two forms as a warning, the outcome
+ * at debug), except for VTR_LOG_LEVEL_VARIABLE, which the logger reads while it sets itself
+ * up. The result points into the environment; null when neither is set. */
+VTR_API const char* vtr_getenv(const char* key);
+
 /* Checks the level without formatting anything when the message would not be written. */
 static inline int vtr_log_enabled(int priority) {
   if (vtr_log_level == VTR_LOG_LEVEL_UNSET) __vtr_init_logger_default();

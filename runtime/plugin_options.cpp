@@ -8,8 +8,8 @@
 #include <boost/lexical_cast.hpp>
 
 #include "runtime/c_free.h"
-#include "runtime/env.h"
 #include "runtime/lexical_cast_bool.h"
+#include "runtime/logger.h"
 #include "runtime/options.h"
 
 namespace vtr {

@@ -35,9 +35,14 @@ void MetricsBoard::publish(EventSnapshot snapshot) {
   ++eventsTotal_;
 }
 
+void MetricsBoard::setLastPass(PassSummary pass) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  lastPass_ = pass;
+}
+
 BoardView MetricsBoard::view() const {
   std::lock_guard<std::mutex> lock(mutex_);
-  BoardView view{latest_, eventsTotal_, up_, facts_, {}};
+  BoardView view{latest_, eventsTotal_, up_, facts_, {}, lastPass_};
   for (const auto& [name, trend] : trends_) {
     view.trends.emplace(name, std::vector<std::optional<double>>(trend.begin(), trend.end()));
   }

@@ -47,6 +47,12 @@ struct EventSnapshot {
   std::uint64_t fieldsWithoutReading() const;
 };
 
+// The provider's last sampling pass that ran to its end (vtr_ipmitool_pass_t).
+struct PassSummary {
+  bool read = false;  // the tool answered with readings
+  double durationSeconds = 0;
+};
+
 // Per field, its last values, oldest first; nullopt for a sample without a reading.
 using FieldTrends = std::unordered_map<std::string, std::vector<std::optional<double>>>;
 
@@ -57,6 +63,7 @@ struct BoardView {
   bool up = false;
   std::shared_ptr<const SensorFactsTable> facts;  // never null
   FieldTrends trends;
+  std::optional<PassSummary> lastPass;  // none before the first pass ends, or from a plug-in that does not tell
 };
 
 // The latest event, the host's counters and the recent values, handed from the progress loop
@@ -71,6 +78,7 @@ class MetricsBoard {
   // Once, before the first event.
   void setSensorFacts(SensorFactsTable facts);
   void publish(EventSnapshot snapshot);
+  void setLastPass(PassSummary pass);
   BoardView view() const;
 
  private:
@@ -80,6 +88,7 @@ class MetricsBoard {
   bool up_ = false;
   std::shared_ptr<const SensorFactsTable> facts_;
   std::unordered_map<std::string, std::deque<std::optional<double>>> trends_;
+  std::optional<PassSummary> lastPass_;
 };
 
 }  // namespace host

@@ -16,6 +16,7 @@
 #include "tools/plugin_library.h"
 #include "tools/provider_session.h"
 #include "tools/sensor_facts.h"
+#include "tools/tool_watch.h"
 
 namespace vtr {
 namespace host {
@@ -54,7 +55,12 @@ class EventPump {
  public:
   EventPump(const HostOptions& options, ProviderSession& session, const EventPrinter& printer,
             MetricsBoard& board)
-      : options_(options), session_(session), printer_(printer), board_(board), buffer_(kSerializerBytes) {}
+      : options_(options),
+        session_(session),
+        printer_(printer),
+        board_(board),
+        toolWatch_(session.name()),
+        buffer_(kSerializerBytes) {}
 
   void run(const volatile std::sig_atomic_t& stopRequested) {
     using Clock = std::chrono::steady_clock;
@@ -79,6 +85,10 @@ class EventPump {
   bool drainOnce(bool& morePending) {
     vtr_data_serializer_t serializer{session_.typeSystem(), buffer_.data(), buffer_.size(), 0};
     morePending = session_.progress(serializer) == 1;
+    // A pass has ended before its event is handed over: whoever finds an event on /metrics
+    // finds its pass there too.
+    recordLastPass();
+    toolWatch_.afterDrain(serializer.used > 0);
     for (const EventBlock& block : decodeEventBlocks(buffer_.data(), serializer.used, *session_.typeSystem())) {
       for (std::size_t i = 0; i < block.count; ++i) {
         RenderedEvent event = printer_.render(block, i);
@@ -91,12 +101,23 @@ class EventPump {
     return true;
   }
 
+  void recordLastPass() {
+    const std::optional<vtr_ipmitool_pass_t> pass = session_.lastPass();
+    if (!pass || pass->ended_us == lastPassEndedUs_) return;
+    lastPassEndedUs_ = pass->ended_us;
+    // A clock set back during the pass would make its length negative.
+    const std::uint64_t lengthUs = pass->ended_us > pass->started_us ? pass->ended_us - pass->started_us : 0;
+    board_.setLastPass({pass->read != 0, static_cast<double>(lengthUs) / 1e6});
+  }
+
   const HostOptions& options_;
   ProviderSession& session_;
   const EventPrinter& printer_;
   MetricsBoard& board_;
+  ToolWatch toolWatch_;
   std::vector<std::uint8_t> buffer_;
   std::uint64_t printed_ = 0;
+  std::uint64_t lastPassEndedUs_ = 0;
 };
 
 // Errors, so that a missing tool or a refused option names itself.
@@ -109,6 +130,17 @@ void applyLogLevel(const PluginApi& api, const std::optional<std::uint32_t>& lev
     api.set_log_level(*level);
   } else if (api.set_log_level && std::getenv("VTR_API_LOG_LEVEL") == nullptr) {
     api.set_log_level(kDefaultLogLevel);
+  }
+}
+
+// The initialised session, or InitializeFailed after a missing tool has said so.
+std::unique_ptr<ProviderSession> openSession(const PluginApi& api, const HostOptions& options,
+                                             const volatile std::sig_atomic_t& stopRequested) {
+  try {
+    return std::make_unique<ProviderSession>(api, options.providerOptions, stopRequested);
+  } catch (const InitializeFailed& failure) {
+    ToolWatch(failure.provider()).look();
+    throw;
   }
 }
 
@@ -125,14 +157,14 @@ void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopR
   }
   PluginLibrary plugin(options.pluginPath);
   applyLogLevel(plugin.api(), options.logLevel);
-  ProviderSession session(plugin.api(), options.providerOptions, stopRequested);
-  if (!session.initialized()) return;  // stopped while initialising
-  if (!options.schemaOut.empty()) session.writeSchema(options.schemaOut);
-  EventPrinter printer(plugin.api(), session.record(), session.firstSourceId());
-  board.setSensorFacts(readSensorFacts(plugin.api(), session.record()));
+  const std::unique_ptr<ProviderSession> session = openSession(plugin.api(), options, stopRequested);
+  if (!session->initialized()) return;  // stopped while initialising
+  if (!options.schemaOut.empty()) session->writeSchema(options.schemaOut);
+  EventPrinter printer(plugin.api(), session->record(), session->firstSourceId());
+  board.setSensorFacts(readSensorFacts(plugin.api(), session->record()));
   {
     StopSignalsBlocked blocked;
-    session.start();
+    session->start();
   }
   board.setUp(true);
   // Only now: a failure before this point is reported by its own single line.
@@ -140,7 +172,7 @@ void runHost(const HostOptions& options, const volatile std::sig_atomic_t& stopR
     const std::string page = server->url();
     std::fprintf(stderr, "vtr-host: serving %s and %smetrics\n", page.c_str(), page.c_str());
   }
-  EventPump(options, session, printer, board).run(stopRequested);
+  EventPump(options, *session, printer, board).run(stopRequested);
   board.setUp(false);
 }
 

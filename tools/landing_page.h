@@ -14,9 +14,11 @@ constexpr const char* kLandingPageContentType = "text/html; charset=utf-8";
 // UTF-8 replaced by U+FFFD.
 std::string escapeHtml(const std::string& text);
 
-// The page at /: the host's status, a link to /metrics, and the latest event as a table with
-// one row per numeric field (sensor, type, value or "no reading", unit, time of the sample)
-// and an inline SVG trend of its recent values. Plain HTML and SVG; it loads nothing else.
+// The page at /: the host's status, a link to /metrics, then the latest event's sensors, one
+// row per numeric field (sensor, health, state in words, value or "no reading", unit, an
+// inline SVG trend with its thresholds): first those that are not nominal, most urgent first,
+// in the section "attention"; then the rest, grouped by sensor type. Plain HTML and SVG; it
+// loads nothing else.
 std::string renderLandingPage(const BoardView& view);
 
 }  // namespace host

@@ -9,10 +9,6 @@
 #include "tools/command_line.h"
 #include "tools/host_board.h"
 
-namespace httplib {
-class Server;
-}
-
 namespace vtr {
 namespace host {
 
@@ -31,7 +27,8 @@ class MetricsServer {
 
  private:
   ListenAddress address_;
-  std::unique_ptr<httplib::Server> server_;
+  class OneRequestPerConnection;
+  std::unique_ptr<OneRequestPerConnection> server_;
   std::atomic<bool> listenReturned_{false};
   std::thread thread_;
 };

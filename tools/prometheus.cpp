@@ -1,7 +1,9 @@
 #include "tools/prometheus.h"
 
 #include <cmath>
+#include <iterator>
 #include <sstream>
+#include <tuple>
 #include <unordered_set>
 
 #include "tools/number_text.h"
@@ -18,7 +20,13 @@ struct Family {
 };
 
 // In the order they appear on the page.
-enum FamilyIndex { kTemperature, kFanSpeed, kVoltage, kCurrent, kPower, kOtherReading, kStates, kFamilyCount };
+enum FamilyIndex {
+  kTemperature, kFanSpeed, kVoltage, kCurrent, kPower, kOtherReading, kStatesWord,
+  kTemperatureState, kFanSpeedState, kVoltageState, kCurrentState, kPowerState, kOtherState,
+  kTemperatureThreshold, kFanSpeedThreshold, kVoltageThreshold, kCurrentThreshold, kPowerThreshold, kOtherThreshold,
+  kDiscreteState,
+  kFamilyCount
+};
 
 constexpr Family kFamilies[kFamilyCount] = {
     {"ipmi_temperature_celsius", "Temperature reading of a threshold sensor, in degrees Celsius."},
@@ -29,24 +37,61 @@ constexpr Family kFamilies[kFamilyCount] = {
     {"ipmi_sensor_reading",
      "Reading of a threshold sensor in the unit its unit label names, or of a field whose sensor is not described."},
     {"ipmi_sensor_states_asserted", "States word of a discrete sensor: bit n is set while its state n is asserted."},
+    {"ipmi_temperature_state", "Health of a temperature sensor (0=nominal, 1=warning, 2=critical)."},
+    {"ipmi_fan_speed_state", "Health of a fan speed sensor (0=nominal, 1=warning, 2=critical)."},
+    {"ipmi_voltage_state", "Health of a voltage sensor (0=nominal, 1=warning, 2=critical)."},
+    {"ipmi_current_state", "Health of a current sensor (0=nominal, 1=warning, 2=critical)."},
+    {"ipmi_power_state", "Health of a power sensor (0=nominal, 1=warning, 2=critical)."},
+    {"ipmi_sensor_state",
+     "Health of any other sensor, a discrete one's the worst of its asserted states (0=nominal, 1=warning, "
+     "2=critical)."},
+    {"ipmi_temperature_threshold_celsius", "Threshold of a temperature sensor, in degrees Celsius."},
+    {"ipmi_fan_speed_threshold_rpm", "Threshold of a fan speed sensor, in rotations per minute."},
+    {"ipmi_voltage_threshold_volts", "Threshold of a voltage sensor, in volts."},
+    {"ipmi_current_threshold_amperes", "Threshold of a current sensor, in amperes."},
+    {"ipmi_power_threshold_watts", "Threshold of a power sensor, in watts."},
+    {"ipmi_sensor_threshold", "Threshold of any other threshold sensor, in the unit its unit label names."},
+    {"ipmi_discrete_state_asserted",
+     "1 while a discrete sensor asserts the state its state label names, else 0; severity is how serious the "
+     "state is while asserted."},
 };
 
-// The units as the tool prints them after a reading.
-struct UnitFamily {
-  const char* unit;
-  FamilyIndex family;
+// Where each series of a field goes, by what its sensor measures.
+struct SensorKind {
+  const char* unit;  // as the tool prints it after a reading; null where the family does not say it
+  FamilyIndex reading;
+  FamilyIndex state;
+  FamilyIndex threshold;
 };
-constexpr UnitFamily kUnitFamilies[] = {
-    {"degrees C", kTemperature}, {"RPM", kFanSpeed}, {"Volts", kVoltage}, {"Amps", kCurrent}, {"Watts", kPower},
+constexpr SensorKind kUnitKinds[] = {
+    {"degrees C", kTemperature, kTemperatureState, kTemperatureThreshold},
+    {"RPM", kFanSpeed, kFanSpeedState, kFanSpeedThreshold},
+    {"Volts", kVoltage, kVoltageState, kVoltageThreshold},
+    {"Amps", kCurrent, kCurrentState, kCurrentThreshold},
+    {"Watts", kPower, kPowerState, kPowerThreshold},
 };
+constexpr SensorKind kOtherKind{nullptr, kOtherReading, kOtherState, kOtherThreshold};
+// A discrete sensor has no thresholds: its states go to ipmi_discrete_state_asserted.
+constexpr SensorKind kDiscreteKind{nullptr, kStatesWord, kOtherState, kOtherThreshold};
 
-FamilyIndex familyOf(const SensorLabels* sensor) {
-  if (sensor == nullptr) return kOtherReading;
-  if (sensor->discrete) return kStates;
-  for (const UnitFamily& entry : kUnitFamilies) {
-    if (sensor->unit == entry.unit) return entry.family;
+// FieldHealth::thresholds by index, as the level label names them.
+constexpr const char* kThresholdLevels[] = {"lower_non_recoverable", "lower_critical", "lower_non_critical",
+                                            "upper_non_critical", "upper_critical", "upper_non_recoverable"};
+static_assert(std::size(kThresholdLevels) == std::tuple_size<decltype(FieldHealth::thresholds)>::value);
+
+// A vtr_ipmitool_health_t as the severity label names it.
+const char* severityName(std::uint8_t health) {
+  constexpr const char* kNames[] = {"nominal", "warning", "critical"};
+  return health < std::size(kNames) ? kNames[health] : "unknown";
+}
+
+const SensorKind& kindOf(const SensorLabels* sensor) {
+  if (sensor == nullptr) return kOtherKind;
+  if (sensor->discrete) return kDiscreteKind;
+  for (const SensorKind& kind : kUnitKinds) {
+    if (sensor->unit == kind.unit) return kind;
   }
-  return kOtherReading;
+  return kOtherKind;
 }
 
 std::string escape(const std::string& text, bool quotes) {
@@ -82,14 +127,14 @@ class LabelSet {
   std::string text_;
 };
 
-std::string sensorLabels(const SensorLabels* sensor, FamilyIndex family, const std::string& field,
-                         const std::string& source) {
+LabelSet sensorLabels(const SensorLabels* sensor, const SensorKind& kind, const std::string& field,
+                      const std::string& source) {
   LabelSet labels;
   if (sensor != nullptr) {
     labels.add("name", sensor->name).add("id", sensor->id).add("entity", sensor->entity).add("type", sensor->type);
-    if (family == kOtherReading) labels.add("unit", sensor->unit);
+    if (kind.unit == nullptr) labels.add("unit", sensor->unit);
   }
-  return labels.add("field", field).add("source", source).text();
+  return labels.add("field", field).add("source", source);
 }
 
 void writeFamily(std::ostream& out, const std::string& name, const std::string& help, const char* type) {
@@ -100,23 +145,64 @@ void writeSample(std::ostream& out, const std::string& name, const std::string& 
   out << name << labels << ' ' << formatSampleValue(value) << '\n';
 }
 
-void writeReadings(std::ostream& out, const EventSnapshot& event, const SensorFactsTable& facts) {
-  std::string samples[kFamilyCount];
+// Each family's samples, gathered field by field and written family by family.
+class FamilySamples {
+ public:
+  void add(FamilyIndex family, const LabelSet& labels, double value) {
+    samples_[family] += kFamilies[family].name + labels.text() + ' ' + formatSampleValue(value) + '\n';
+  }
+  void write(std::ostream& out) const {
+    for (int family = 0; family < kFamilyCount; ++family) {
+      if (samples_[family].empty()) continue;
+      writeFamily(out, kFamilies[family].name, kFamilies[family].help, "gauge");
+      out << samples_[family];
+    }
+  }
+
+ private:
+  std::string samples_[kFamilyCount];
+};
+
+// An unknown health has no number: no state rather than a 0 that reads as nominal. A threshold
+// the listing has none for is left out; a discrete sensor has a series for every state it can
+// name, 0 while not asserted, so that a cleared state keeps its series.
+void addHealth(FamilySamples& samples, const SensorKind& kind, const LabelSet& labels, const FieldHealth& health,
+               const SensorLabels* sensor) {
+  if (health.health <= VTR_HEALTH_CRITICAL) samples.add(kind.state, labels, health.health);
+  for (std::size_t level = 0; level < health.thresholds.size(); ++level) {
+    if (health.thresholds[level]) {
+      samples.add(kind.threshold, LabelSet(labels).add("level", kThresholdLevels[level]), *health.thresholds[level]);
+    }
+  }
+  if (sensor == nullptr) return;
+  for (const SensorLabels::State& state : sensor->states) {
+    samples.add(kDiscreteState, LabelSet(labels).add("state", state.name).add("severity", severityName(state.health)),
+                (health.asserted >> state.offset) & 1U);
+  }
+}
+
+void writeSensors(std::ostream& out, const EventSnapshot& event, const SensorFactsTable& facts) {
+  FamilySamples samples;
   // One sample per field name, whatever a plug-in sends: no two lines share name and labels.
   std::unordered_set<std::string> written;
   for (const FieldValue& field : event.fields) {
     if (!field.value || !written.insert(field.name).second) continue;
     const auto found = facts.find(field.name);
     const SensorLabels* sensor = found != facts.end() ? &found->second : nullptr;
-    const FamilyIndex family = familyOf(sensor);
-    samples[family] += kFamilies[family].name + sensorLabels(sensor, family, field.name, event.source) + ' ' +
-                       formatSampleValue(*field.value) + '\n';
+    const SensorKind& kind = kindOf(sensor);
+    const LabelSet labels = sensorLabels(sensor, kind, field.name, event.source);
+    samples.add(kind.reading, labels, *field.value);
+    if (field.health) addHealth(samples, kind, labels, *field.health, sensor);
   }
-  for (int family = 0; family < kFamilyCount; ++family) {
-    if (samples[family].empty()) continue;
-    writeFamily(out, kFamilies[family].name, kFamilies[family].help, "gauge");
-    out << samples[family];
-  }
+  samples.write(out);
+}
+
+// As the IPMI exporter has them, for its one collector, from the provider's last pass.
+void writePass(std::ostream& out, const PassSummary& pass) {
+  writeFamily(out, "ipmi_up", "1 when the last sampling pass read the BMC, 0 when it did not.", "gauge");
+  writeSample(out, "ipmi_up", "{collector=\"ipmi\"}", pass.read ? 1 : 0);
+  writeFamily(out, "ipmi_scrape_duration_seconds", "How long the last sampling pass took, in seconds.", "gauge");
+  writeSample(out, "ipmi_scrape_duration_seconds", "", pass.durationSeconds);
 }
 
 }  // namespace
@@ -134,7 +220,8 @@ std::string formatSampleValue(double value) {
 std::string renderExposition(const BoardView& view) {
   std::ostringstream out;
   const std::optional<EventSnapshot>& latest = view.latest;
-  if (latest) writeReadings(out, *latest, *view.facts);
+  if (latest) writeSensors(out, *latest, *view.facts);
+  if (view.lastPass) writePass(out, *view.lastPass);
   writeFamily(out, "vtr_host_events_total", "Events received from the provider.", "counter");
   writeSample(out, "vtr_host_events_total", "", static_cast<double>(view.eventsTotal));
   if (latest) {

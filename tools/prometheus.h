@@ -19,8 +19,11 @@ constexpr const char* kExpositionContentType = "text/plain; version=0.0.4; chars
 
 // The whole /metrics page: the latest event's readings in a few families by unit, the sensor
 // in the labels (name, id, entity, type, field, source; unit where the family does not say
-// it), then the host's own metrics. A field without a reading is left out; a field whose
-// sensor the plug-in does not describe goes to ipmi_sensor_reading with field and source only.
+// it); beside each reading its sensor's health, thresholds and, for a discrete sensor, each
+// state it can name; then ipmi_up and ipmi_scrape_duration_seconds from the provider's last
+// pass, and the host's own metrics. A field without a reading is left out with all its series;
+// a field whose sensor the plug-in does not describe goes to the ipmi_sensor_* families with
+// field and source only.
 std::string renderExposition(const BoardView& view);
 
 }  // namespace host

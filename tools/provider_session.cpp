@@ -30,8 +30,7 @@ ProviderSession::ProviderSession(const PluginApi& api,
   // A failed initialize has already destroyed the provider.
   if (!initializeUnlessStopped(stopRequested)) {
     if (stopIsRequested(stopRequested)) return;
-    throw HostError(std::string("provider ") + name() +
-                    " failed to initialize; --log-level 7 shows its reasons");
+    throw InitializeFailed(name());
   }
   initialized_ = true;
 }
@@ -102,6 +101,12 @@ void ProviderSession::start() {
 
 int ProviderSession::progress(vtr_data_serializer_t& serializer) {
   return provider_->progress(provider_, nullptr, &serializer);
+}
+
+std::optional<vtr_ipmitool_pass_t> ProviderSession::lastPass() const {
+  vtr_ipmitool_pass_t pass{};
+  if (!api_.last_pass || api_.last_pass(provider_, &pass) != 0) return std::nullopt;
+  return pass;
 }
 
 }  // namespace host

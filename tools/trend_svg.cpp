@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 #include "tools/number_text.h"
 
@@ -44,6 +45,18 @@ Range rangeOf(const std::vector<std::optional<double>>& values) {
   return range;
 }
 
+// The readings' range widened to the nearest threshold below and above it.
+Range scaleOf(const Range& readings, const std::vector<TrendThreshold>& thresholds) {
+  if (readings.readings == 0) return readings;
+  std::optional<double> below;
+  std::optional<double> above;
+  for (const TrendThreshold& threshold : thresholds) {
+    if (threshold.value <= readings.low) below = std::max(below.value_or(threshold.value), threshold.value);
+    if (threshold.value >= readings.high) above = std::min(above.value_or(threshold.value), threshold.value);
+  }
+  return {below.value_or(readings.low), above.value_or(readings.high), readings.readings};
+}
+
 std::string title(const Range& range, std::size_t samples) {
   if (range.readings == 0) return "no reading in the last " + std::to_string(samples) + " samples";
   return shortestText(range.low) + " to " + shortestText(range.high) + " over the last " + std::to_string(samples) +
@@ -52,9 +65,11 @@ std::string title(const Range& range, std::size_t samples) {
 
 }  // namespace
 
-std::string trendSvg(const std::vector<std::optional<double>>& values, std::size_t slots) {
+std::string trendSvg(const std::vector<std::optional<double>>& values, std::size_t slots,
+                     const std::vector<TrendThreshold>& thresholds) {
   slots = std::max({slots, values.size(), std::size_t{2}});
-  const Range range = rangeOf(values);
+  const Range readings = rangeOf(values);
+  const Range range = scaleOf(readings, thresholds);
   const double step = (kWidth - 2 * kPad) / static_cast<double>(slots - 1);
   const std::size_t first = slots - values.size();
   const auto x = [&](std::size_t i) { return kPad + static_cast<double>(first + i) * step; };
@@ -65,7 +80,15 @@ std::string trendSvg(const std::vector<std::optional<double>>& values, std::size
 
   std::string svg = "<svg class=\"trend\" width=\"" + coordinate(kWidth) + "\" height=\"" + coordinate(kHeight) +
                     "\" viewBox=\"0 0 " + coordinate(kWidth) + " " + coordinate(kHeight) + "\" role=\"img\"><title>" +
-                    title(range, values.size()) + "</title>";
+                    title(readings, values.size()) + "</title>";
+  // Under the readings, so a reading on a threshold stays visible.
+  for (const TrendThreshold& threshold : thresholds) {
+    if (range.readings == 0 || threshold.value < range.low || threshold.value > range.high) continue;
+    const std::string height = coordinate(y(threshold.value));
+    svg += std::string("<line class=\"") + (threshold.critical ? "critical" : "warning") + "\" x1=\"0\" x2=\"" +
+           coordinate(kWidth) + "\" y1=\"" + height + "\" y2=\"" + height + "\"><title>" + threshold.label +
+           "</title></line>";
+  }
   // Each run of consecutive readings is one line; a run of one is a dot.
   for (std::size_t start = 0; start < values.size();) {
     if (!values[start]) {

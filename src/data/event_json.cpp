@@ -7,7 +7,6 @@
 
 #include <string>
 
-#include "runtime/env.h"
 #include "runtime/logger.h"
 #include "src/data/builtin_types.h"
 #include "src/data/owners.h"

@@ -81,23 +81,52 @@ INSTANTIATE_TEST_SUITE_P(Cases, LogLevelFromEnvironmentFreshProcess,
                                            LevelCase{"3", "7", 3}, LevelCase{nullptr, "6", 6},
                                            LevelCase{"4", "4", 4}));
 
-// Once a process has its logger mutex it keeps it.
-class LogThreadSafeSwitchFreshProcess : public ::testing::TestWithParam<std::pair<const char*, bool>> {};
+// Once a process has its logger mutex it keeps it. The switch is read through the environment
+// lookup, which says what it found, before the logger says what it decided.
+struct ThreadSafeCase {
+  const char* prefixed;  // VTR_LOG_THREAD_SAFE
+  const char* bare;      // LOG_THREAD_SAFE
+  bool locked;
+  std::vector<std::string> lines;  // everything setting up the logger at level 7 writes, in order
+};
+void PrintTo(const ThreadSafeCase& row, std::ostream* out) {
+  const auto shown = [](const char* value) { return value ? "'" + std::string(value) + "'" : std::string("unset"); };
+  *out << "prefixed " << shown(row.prefixed) << ", bare " << shown(row.bare);
+}
+class LogThreadSafeSwitchFreshProcess : public ::testing::TestWithParam<ThreadSafeCase> {};
 
-TEST_P(LogThreadSafeSwitchFreshProcess, DecidesWhetherLinesAreSerialised) {
-  const auto [value, locked] = GetParam();
-  setOrUnset("VTR_LOG_THREAD_SAFE", value);
-  unsetenv("LOG_THREAD_SAFE");
+TEST_P(LogThreadSafeSwitchFreshProcess, DecidesWhetherLinesAreSerialisedAndSaysWhy) {
+  setOrUnset("VTR_LOG_THREAD_SAFE", GetParam().prefixed);
+  setOrUnset("LOG_THREAD_SAFE", GetParam().bare);
   LogRecorder log;
   ASSERT_EQ(vtr_init_stderr_logger(VTR_LOG_DEBUG), 1);
-  EXPECT_EQ(snapshot()->mutex != nullptr, locked);
-  EXPECT_EQ(log.contains("[logger] [vtr_init_stderr_logger] Initialized logger without thread-safety"), !locked);
+  EXPECT_EQ(snapshot()->mutex != nullptr, GetParam().locked);
+  std::vector<std::string> lines;
+  for (const auto& line : log.all()) lines.push_back(vtr_priority_level_string_logger(line.priority) + line.text);
+  EXPECT_EQ(lines, GetParam().lines);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, LogThreadSafeSwitchFreshProcess,
-                         ::testing::Values(std::pair<const char*, bool>{nullptr, true}, std::pair{"", true}, std::pair{"y", true},
-                                           std::pair{"t", true}, std::pair{"1", true}, std::pair{"no", false},
-                                           std::pair{"0", false}));
+const std::string kUsing = "[debug] [vtr_getenv] Using ";
+const std::string kDisabled =
+    "[debug] [logger] [_vtr_init_logger_mutex] Thread safety is disabled by environment variable VTR_LOG_THREAD_SAFE";
+const std::string kUnlocked = "[debug] [logger] [vtr_init_stderr_logger] Initialized logger without thread-safety";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, LogThreadSafeSwitchFreshProcess,
+    ::testing::Values(
+        ThreadSafeCase{nullptr, nullptr, true,
+                       {"[debug] [vtr_getenv] No value for 'VTR_LOG_THREAD_SAFE' or 'LOG_THREAD_SAFE'"}},
+        ThreadSafeCase{"", nullptr, true, {kUsing + "'VTR_LOG_THREAD_SAFE'=''"}},
+        ThreadSafeCase{"y", nullptr, true, {kUsing + "'VTR_LOG_THREAD_SAFE'='y'"}},
+        ThreadSafeCase{"t", nullptr, true, {kUsing + "'VTR_LOG_THREAD_SAFE'='t'"}},
+        ThreadSafeCase{"1", nullptr, true, {kUsing + "'VTR_LOG_THREAD_SAFE'='1'"}},
+        ThreadSafeCase{"no", nullptr, false, {kUsing + "'VTR_LOG_THREAD_SAFE'='no'", kDisabled, kUnlocked}},
+        ThreadSafeCase{"0", nullptr, false, {kUsing + "'VTR_LOG_THREAD_SAFE'='0'", kDisabled, kUnlocked}},
+        ThreadSafeCase{nullptr, "no", false, {kUsing + "'LOG_THREAD_SAFE'='no'", kDisabled, kUnlocked}},
+        ThreadSafeCase{"1", "0", true,
+                       {"[warning] [vtr_getenv] Environment variables conflict - VTR_LOG_THREAD_SAFE=1 and "
+                        "LOG_THREAD_SAFE=0. Using VTR_LOG_THREAD_SAFE",
+                        kUsing + "'VTR_LOG_THREAD_SAFE'='1'"}}));
 
 // Registering the logger's own context changes nothing: it stays configurable.
 TEST(LoggerFileSink, EachLineCarriesTimestampLevelTagAndMessage) {

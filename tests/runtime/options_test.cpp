@@ -11,8 +11,8 @@
 
 #include "runtime/c_free.h"
 #include "runtime/dict.h"
-#include "runtime/env.h"
 #include "runtime/filter.h"
+#include "runtime/logger.h"
 #include "runtime/magic_value.h"
 #include "runtime/number_parse.h"
 #include "runtime/options.h"

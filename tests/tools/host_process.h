@@ -10,10 +10,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <fstream>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/test_env.h"
@@ -68,6 +73,13 @@ class HostProcess {
   void signal(int number) {
     if (pid_ > 0) kill(pid_, number);
   }
+  // The program's peak resident size so far (VmHWM), in KiB; 0 when it cannot be read.
+  long peakResidentKib() const {
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
+    return 0;
+  }
   // Lines wait() read after the last readLine().
   const std::vector<std::string>& remainingLines() const { return rest_; }
   std::string errorOutput() const { return readFile(errorFile_); }
@@ -111,11 +123,13 @@ class BusyPort {
 // A loopback TCP port that was free a moment ago.
 inline int pickFreeLoopbackPort() { return BusyPort().port(); }
 
-// A connected loopback socket (the caller closes it), or -1.
+// A connected loopback socket (the caller closes it), or -1. Sending or receiving gives up
+// after 30 s.
 inline int connectLoopback(int port) {
   int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   timeval limit{30, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -130,12 +144,16 @@ struct HttpResponse {
   std::string body;
 };
 
-// Sends `request` whole to 127.0.0.1:<port> and reads the answer until the server closes;
-// nullopt when nothing answered.
-inline std::optional<HttpResponse> httpExchange(int port, const std::string& request) {
+// Sends `request` whole to 127.0.0.1:<port>, then `streamedBytes` more bytes behind it
+// without waiting for an answer, until the server stops taking them; reads the answer until
+// the server closes. nullopt when nothing answered.
+inline std::optional<HttpResponse> httpExchange(int port, const std::string& request, std::size_t streamedBytes = 0) {
   const int fd = connectLoopback(port);
   if (fd < 0) return std::nullopt;
   send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+  const std::string filler(1 << 20, 'x');
+  for (ssize_t sent; streamedBytes > 0; streamedBytes -= static_cast<std::size_t>(sent))
+    if ((sent = send(fd, filler.data(), std::min(streamedBytes, filler.size()), MSG_NOSIGNAL)) <= 0) break;
   std::string response;
   char chunk[4096];
   for (ssize_t got; (got = recv(fd, chunk, sizeof(chunk), 0)) > 0;) response.append(chunk, static_cast<std::size_t>(got));
@@ -147,6 +165,19 @@ inline std::optional<HttpResponse> httpExchange(int port, const std::string& req
 
 inline std::optional<HttpResponse> httpGet(int port, const std::string& path) {
   return httpExchange(port, "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+}
+
+// GETs `path` from `port` every half second until `done` holds for the body; that body, or
+// nullopt after 90 s: generous, as Prometheus and Chromium start slowly on a loaded machine.
+inline std::optional<std::string> awaitBody(int port, const std::string& path,
+                                            const std::function<bool(const std::string&)>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(90);
+  while (std::chrono::steady_clock::now() < deadline) {
+    const std::optional<HttpResponse> response = httpGet(port, path);
+    if (response && done(response->body)) return response->body;
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  }
+  return std::nullopt;
 }
 
 }  // namespace test

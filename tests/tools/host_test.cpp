@@ -2,15 +2,18 @@
 // failing exit code with nothing left running; SIGINT and SIGTERM end a run cleanly with exit
 // code 0), one JSON line per sample with the host's own keys, the sample and time limits, the
 // schema file, /metrics as a Prometheus server reads it, no number for a missing reading, valid
-// JSON whatever bytes a name holds, one host per port, and requests refused at once. What the
-// lines hold field by field is checked once, by the golden fixtures.
+// JSON whatever bytes a name holds, one host per port, requests refused at once, and a
+// missing ipmitool named by the host. What the lines hold field by field is checked once, by
+// the golden fixtures.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
@@ -67,16 +70,71 @@ INSTANTIATE_TEST_SUITE_P(
                       BadInput{"ListenAddressNotAPort", {"--listen", "localhost:http"}, "--listen"}),
     [](const ::testing::TestParamInfo<BadInput>& info) { return info.param.name; });
 
-// The library's own error lines come first by default, so the failure names its cause.
+// PATH without any ipmitool for this process: links to the other commands the provider's runs
+// and the fake tool use, behind `first` when given. The destructor restores PATH.
+class PathWithoutIpmitool {
+ public:
+  explicit PathWithoutIpmitool(const std::string& first = "") : dir_(makeTempDirectory("vtr-path")) {
+    for (const std::string command : {"timeout", "grep", "cat", "dirname"}) {
+      std::string target = runShell("command -v " + command).output;
+      target.erase(target.find_last_not_of('\n') + 1);
+      std::filesystem::create_symlink(target, dir_ + "/" + command);
+    }
+    saved_ = std::getenv("PATH");
+    setenv("PATH", (first.empty() ? dir_ : first + ":" + dir_).c_str(), 1);
+  }
+  ~PathWithoutIpmitool() {
+    restorePath(saved_);
+    removeDirectory(dir_);
+  }
+
+ private:
+  std::string dir_;
+  std::string saved_;
+};
+
+const std::string kToolMissing = "vtr-host: 'ipmitool' is not installed or not in PATH";
+
+// The library's own error lines come first by default, so the failure names its cause; a tool
+// missing from PATH is named by the host before the failure.
 TEST(HostRefusesBadInput, ProviderThatCannotInitializeIsReportedWithItsReason) {
-  FakeIpmitool tool;
-  tool.setExitCode(1);
+  {
+    FakeIpmitool tool;
+    tool.setExitCode(1);
+    HostProcess host(kDiscreteEverySecond);
+    EXPECT_EQ(host.wait(), 1);
+    const std::vector<std::string> lines = host.errorLines();
+    ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+    EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
+    EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."),
+              std::string::npos);
+    EXPECT_EQ(host.errorOutput().find(kToolMissing), std::string::npos);
+  }
+  PathWithoutIpmitool path;
   HostProcess host(kDiscreteEverySecond);
   EXPECT_EQ(host.wait(), 1);
   const std::vector<std::string> lines = host.errorLines();
   ASSERT_GE(lines.size(), 2u) << host.errorOutput();
+  EXPECT_EQ(lines[lines.size() - 2], kToolMissing) << host.errorOutput();
   EXPECT_NE(lines.back().find("failed to initialize"), std::string::npos) << lines.back();
-  EXPECT_NE(host.errorOutput().find("[ipmitool collector] Failed to execute 'ipmitool sensor -v' command."), std::string::npos);
+}
+
+// Samples stop when the tool goes away; the host names the cause once, at the default level.
+TEST(HostRun, ToolThatVanishesWhileSamplingIsNamedOnce) {
+  FakeIpmitool tool;
+  PathWithoutIpmitool path(tool.directory());
+  HostProcess host(kDiscreteEverySecond);
+  ASSERT_TRUE(host.readLine()) << host.errorOutput();
+  EXPECT_EQ(host.errorOutput(), "");
+  std::filesystem::remove(tool.directory() + "/ipmitool");
+  // It looks every few seconds without an event; the bound is for a loaded machine.
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (host.errorOutput().find(kToolMissing) == std::string::npos && std::chrono::steady_clock::now() < limit)
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.wait(), 0);
+  const std::vector<std::string> lines = host.errorLines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), kToolMissing), 1) << host.errorOutput();
 }
 
 // The tool hangs with no time limit while the provider initialises: the stop still ends it.
@@ -144,9 +202,10 @@ class RunningHost : public ::testing::Test {
     host->signal(SIGTERM);
     EXPECT_EQ(host->wait(), 0) << host->errorOutput();
   }
-  // The status line of the answer to `request`; empty when none came.
-  std::string statusLineFor(const std::string& request) const {
-    const auto response = httpExchange(port, request);
+  // The status line of the answer to `request` (and `streamed` bytes behind it); empty when
+  // none came.
+  std::string statusLineFor(const std::string& request, std::size_t streamed = 0) const {
+    const auto response = httpExchange(port, request, streamed);
     return response ? response->head.substr(0, response->head.find('\r')) : "";
   }
 
@@ -159,7 +218,7 @@ class RunningHost : public ::testing::Test {
 // Source ids come from VTR_SOURCE_ID; quotes and a backslash show the label escaping; each
 // reading goes to its unit's family with the sensor in the labels, and a sensor name that is
 // not UTF-8 gets U+FFFD in the line and on the page. A field without a reading is null in the
-// line and absent from the page.
+// line and absent from the page. A pass that fails shows in ipmi_up.
 TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
   setenv("VTR_SOURCE_ID", R"(rack "7"\a)", 1);
   std::string listing = readFile(fixturePath("small-server", "verbose.txt"));
@@ -180,7 +239,8 @@ TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
         R"(ipmi_sensor_states_asserted{name="PS2 Status",id="12",entity="10.2",type="Power Supply",)"
         R"(field="ps2_status",source="rack \"7\"\\a"} 768)",
         "# TYPE ipmi_temperature_celsius gauge", "# TYPE vtr_host_events_total counter",
-        "vtr_host_last_event_timestamp_seconds 17", "vtr_host_up 1"})
+        "vtr_host_last_event_timestamp_seconds 17", "vtr_host_up 1", R"(ipmi_up{collector="ipmi"} 1)",
+        "ipmi_scrape_duration_seconds "})
     EXPECT_NE(body.find("\n" + sample), std::string::npos) << sample << "\nin\n" << body;
   EXPECT_EQ(body.find("\nvtr_host_events_total 0\n"), std::string::npos) << body;
   EXPECT_NE(body.find("name=\"CPU\xEF\xBF\xBD Temp\""), std::string::npos) << "labels in UTF-8";
@@ -200,27 +260,23 @@ TEST_F(RunningHost, ScrapeShowsTheLatestReadingsByUnitAndTheHostsOwnCounters) {
   ASSERT_TRUE(response);
   EXPECT_EQ(response->body.find("field=\"cpu2_temp\""), std::string::npos) << response->body;
   EXPECT_NE(response->body.find("\nvtr_host_fields_without_reading 1\n"), std::string::npos) << response->body;
+
+  // A pass that does not read the BMC: ipmi_up says so, and the last event's readings stay.
+  tool.setExitCode(1);
+  const std::optional<std::string> unread = awaitBody(port, "/metrics", [](const std::string& page) {
+    return page.find("\nipmi_up{collector=\"ipmi\"} 0\n") != std::string::npos;
+  });
+  ASSERT_TRUE(unread) << host->errorOutput();
+  EXPECT_NE(unread->find("field=\"3.3v\""), std::string::npos) << *unread;
 }
 
-// A second host on the port is refused; only a short GET or HEAD is served, and idle
-// connections do not starve a scrape.
+// A second host on the port is refused; idle connections do not starve a scrape; only a short
+// GET or HEAD is served, and the host's memory does not follow what a client streams at it.
 TEST_F(RunningHost, GuardsItsPort) {
   start();
   HostProcess second({"--listen", std::to_string(port)});
   EXPECT_EQ(second.wait(), 1);
   EXPECT_EQ(second.errorLines().size(), 1u) << second.errorOutput();
-
-  const struct {
-    std::string request;
-    const char* status;
-  } rows[] = {
-      {"HEAD /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 200 OK"},
-      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
-      {"DELETE /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", "HTTP/1.1 405 Method Not Allowed"},
-      {"GET /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", "HTTP/1.1 413 Payload Too Large"},
-      {"GET /" + std::string(1 << 20, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", "HTTP/1.1 414 URI Too Long"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(statusLineFor(row.request), row.status) << row.request.substr(0, 20);
 
   std::vector<int> idle;
   for (int i = 0; i < 200; ++i) idle.push_back(connectLoopback(port));
@@ -231,6 +287,31 @@ TEST_F(RunningHost, GuardsItsPort) {
   ASSERT_TRUE(page);
   EXPECT_NE(page->head.find(" 200 "), std::string::npos);
   for (int fd : idle) close(fd);
+
+  // Each row's request, then that many bytes streamed behind it without waiting.
+  constexpr std::size_t k200MiB = 200u << 20;
+  const struct {
+    std::string request;
+    std::size_t streamed;
+    const char* status;
+  } rows[] = {
+      {"HEAD /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", 0, "HTTP/1.1 200 OK"},
+      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 100000000\r\n\r\n", 0, "HTTP/1.1 405 Method Not Allowed"},
+      {"POST /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 209715200\r\n\r\n", k200MiB,
+       "HTTP/1.1 405 Method Not Allowed"},
+      {"DELETE /metrics HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n", 0, "HTTP/1.1 405 Method Not Allowed"},
+      {"GET /metrics HTTP/1.1\r\nHost: x\r\nContent-Length: 209715200\r\n\r\n", k200MiB, "HTTP/1.1 413 Payload Too Large"},
+      {"GET /", k200MiB, "HTTP/1.1 414 URI Too Long"},
+      {"GET /metrics HTTP/1.1\r\nHost: x\r\nX-Padding: ", k200MiB, "HTTP/1.1 400 Bad Request"},
+  };
+  // Taken once the idle connections have had most of the HTTP workers' threads start: a
+  // thread's start costs memory too, a great deal of it under ThreadSanitizer.
+  const long idlePeakKib = host->peakResidentKib();
+  ASSERT_GT(idlePeakKib, 0);
+  for (const auto& row : rows)
+    EXPECT_EQ(statusLineFor(row.request, row.streamed), row.status) << row.request.substr(0, 24);
+  // What a client sends is not held: a generous bound, far below any one body.
+  EXPECT_LT(host->peakResidentKib() - idlePeakKib, 20 * 1024);
 }
 
 }  // namespace
