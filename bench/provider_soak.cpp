@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "provider/event_provider.h"
 #include "support/test_env.h"
 
@@ -109,10 +111,10 @@ bool runCycle(const char* libraryPath, unsigned long events, bool reportRss) {
 
 int main(int argc, char** argv) {
   unsigned long cycles = 1, events = 50;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (std::strcmp(argv[i], "--cycles") == 0) cycles = std::strtoul(argv[i + 1], nullptr, 10);
-    else if (std::strcmp(argv[i], "--events") == 0) events = std::strtoul(argv[i + 1], nullptr, 10);
-  }
+  CLI::App app{"Drives the built plug-in as a host does, against the fake ipmitool.", "provider-soak"};
+  app.add_option("--cycles", cycles, "dlopen, run and dlclose this many times");
+  app.add_option("--events", events, "events taken per cycle");
+  CLI11_PARSE(app, argc, argv);
   vtr::test::FakeIpmitool tool("small-server");
   for (unsigned long cycle = 0; cycle < cycles; ++cycle) {
     if (!runCycle(VTR_PROVIDER_LIBRARY, events, events >= 1000)) {

@@ -39,6 +39,7 @@
 #include <thread>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <httplib.h>
 
 #include "collector/ipmitool_collector.h"
@@ -351,10 +352,10 @@ bool compare(const std::string& profile, int rounds) {
 int main(int argc, char** argv) {
   int rounds = 20;
   std::string profiles = "two-socket,large";
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (std::strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, std::atoi(argv[i + 1]));
-    if (std::strcmp(argv[i], "--profiles") == 0) profiles = argv[i + 1];
-  }
+  CLI::App app{"Per-sample cost of the sampling modes beside the IPMI exporter, interleaved.", "sampling-modes"};
+  app.add_option("--rounds", rounds, "samples of each contender per profile")->check(CLI::PositiveNumber);
+  app.add_option("--profiles", profiles, "simulated servers, comma-separated");
+  CLI11_PARSE(app, argc, argv);
   bool ok = true;
   std::istringstream names(profiles);
   for (std::string profile; std::getline(names, profile, ',');) ok = compare(profile, rounds) && ok;
