@@ -27,10 +27,18 @@ constexpr const char* kSdrDumpCommand = "ipmitool sdr dump";
 constexpr const char* kCachedListingCommand = "ipmitool sdr elist";
 // The request that reads every sensor through the cache, comma-separated (-c).
 constexpr const char* kCachedListingRequest = "sdr elist";
+// Get Device ID: one request, answered by every BMC, in hex bytes.
+constexpr const char* kKeepSessionRequest = "raw 0x06 0x01";
 
 // A BMC drops a LAN session left idle for long (ipmi_sim after 30 s); a tool process that waited
 // longer than this is replaced rather than asked.
 constexpr std::chrono::seconds kSessionIdleLimit{20};
+static_assert(IpmitoolCollector::kToolShellKeepAlive < kSessionIdleLimit, "a kept session must not count as idle");
+
+bool isHexBytes(const std::string& answer) {
+  return answer.find_first_not_of("0123456789abcdefABCDEF \n") == std::string::npos &&
+         answer.find_first_not_of(" \n") != std::string::npos;
+}
 
 }  // namespace
 
@@ -266,10 +274,22 @@ void IpmitoolCollector::remakeSdrCache(const std::string& reason) {
 }
 
 int IpmitoolCollector::readThroughCache(std::string& answer) {
-  const std::string cache = "-S " + sdrCache_.file() + " -c ";
   if (config_.useSudo)
-    return runCommandAndCheck(ipmitoolCommand(config_.remoteBmc, cache + kCachedListingRequest), answer);
-  return askToolShell(ipmitoolCommand(config_.remoteBmc, cache + "shell"), kCachedListingRequest, answer);
+    return runCommandAndCheck(
+        ipmitoolCommand(config_.remoteBmc, "-S " + sdrCache_.file() + " -c " + kCachedListingRequest), answer);
+  return askToolShell(cachedShellCommand(), kCachedListingRequest, answer);
+}
+
+std::string IpmitoolCollector::cachedShellCommand() const {
+  return ipmitoolCommand(config_.remoteBmc, "-S " + sdrCache_.file() + " -c shell");
+}
+
+void IpmitoolCollector::keepToolShellSession() {
+  // A local BMC has no session to lose; one idle past the limit is replaced by the next sample.
+  if (!toolShell_.running() || config_.remoteBmc.host.empty()) return;
+  if (toolShell_.idleFor() > kSessionIdleLimit) return;
+  std::string answer;
+  if (askToolShell(cachedShellCommand(), kKeepSessionRequest, answer) != 0 || !isHexBytes(answer)) toolShell_.end();
 }
 
 }  // namespace ipmitool

@@ -1,6 +1,7 @@
 #ifndef VTR_IPMITOOL_COLLECTOR_H
 #define VTR_IPMITOOL_COLLECTOR_H
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <unordered_set>
@@ -39,6 +40,12 @@ class IpmitoolCollector {
   static void freeFieldsInfo(std::vector<std::unique_ptr<vtr_type_field_info_t>>& fields);
   // One sample of the fields fixed by setFieldsInfo: `out` holds a reading per field, in order.
   bool getSensorsData(SensorSample& out);
+  // Between samples, every kToolShellKeepAlive: a long-lived tool process reading a LAN BMC
+  // is asked for the BMC's device ID (one request), so that the BMC keeps its session and the
+  // next sample needs no new process. A process that does not answer with the ID is ended; the
+  // next sample starts another.
+  void keepToolShellSession();
+  static constexpr std::chrono::seconds kToolShellKeepAlive{10};
 
   // The fields fixed by setFieldsInfo, in schema order (the timestamp not included).
   const SensorFields& fields() const { return fields_; }
@@ -76,6 +83,8 @@ class IpmitoolCollector {
   // The SDR listing through the cache: from the long-lived process, or under sudo (whose
   // processes only `timeout` may end) from one run per sample.
   int readThroughCache(std::string& answer);
+  // What starts the long-lived process that reads through the cache.
+  std::string cachedShellCommand() const;
 
   CollectorConfig config_;
   const volatile bool& stopRequested;

@@ -49,6 +49,8 @@ class ToolShell {
   // a moment, then its whole session is killed. One idle past the limit is killed at once.
   void end();
   bool running() const { return pid_ > 0; }
+  // How long the process has waited since its last answer.
+  std::chrono::steady_clock::duration idleFor() const { return Clock::now() - lastAnswer_; }
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -161,14 +162,39 @@ int64_t seconds_left_of_interval(const provider_t* provider, uint64_t start_us) 
   return static_cast<int64_t>(provider->options.sampleIntervalSec) - static_cast<int64_t>(elapsed_sec);
 }
 
-// Sleeps `seconds` on the monotonic clock, or less when stop is requested meanwhile.
-void pause_unless_stopped(provider_t* provider, int64_t seconds) {
-  timespec until{};
-  clock_gettime(CLOCK_MONOTONIC, &until);
-  until.tv_sec += static_cast<time_t>(seconds);
+// Waits on the monotonic clock until `until`; false when a stop came first.
+bool wait_unless_stopped(provider_t* provider, const timespec& until) {
   BufferLock lock(&provider->mutex);
   while (!isStopRequested(provider->stop_requested)) {
-    if (pthread_cond_clockwait(&provider->stop_wake, &provider->mutex, CLOCK_MONOTONIC, &until) == ETIMEDOUT) return;
+    if (pthread_cond_clockwait(&provider->stop_wake, &provider->mutex, CLOCK_MONOTONIC, &until) == ETIMEDOUT)
+      return true;
+  }
+  return false;
+}
+
+// Between samples the collector may keep its tool's BMC session; that failing costs the next
+// sample a new process, never the sampling thread.
+void keep_tool_session(provider_t* provider) {
+  if (provider->collector == nullptr) return;
+  try {
+    provider->collector->keepToolShellSession();
+  } catch (const std::exception& error) {
+    vtr_log_rate_limited(VTR_LOG_ERR, "[ipmitool] [%s] Keeping the tool's session failed: %s", kLoop, error.what());
+  }
+}
+
+// Sleeps `seconds` on the monotonic clock, or less when stop is requested meanwhile, waking
+// every keep-alive period to keep the tool's session.
+void pause_unless_stopped(provider_t* provider, int64_t seconds) {
+  const time_t keepAlive = static_cast<time_t>(IpmitoolCollector::kToolShellKeepAlive.count());
+  timespec end{};
+  clock_gettime(CLOCK_MONOTONIC, &end);
+  timespec wake = end;
+  end.tv_sec += static_cast<time_t>(seconds);
+  for (;;) {
+    wake.tv_sec = std::min(wake.tv_sec + keepAlive, end.tv_sec);
+    if (!wait_unless_stopped(provider, wake) || wake.tv_sec == end.tv_sec) return;
+    keep_tool_session(provider);
   }
 }
 

@@ -44,6 +44,14 @@ std::vector<std::string> callsStartingWith(const test::FakeIpmitool& fake, const
   return calls;
 }
 
+// How many tool shells were started ("... shell" or "... -c shell").
+long shellStarts(const test::FakeIpmitool& fake) {
+  const auto calls = fake.recordedCalls();
+  return std::count_if(calls.begin(), calls.end(), [](const std::string& call) {
+    return call.size() >= 5 && call.compare(call.size() - 5, 5, "shell") == 0;
+  });
+}
+
 // The cache files the collector had the tool dump, in order.
 std::vector<std::string> dumpedFiles(const test::FakeIpmitool& fake) {
   std::vector<std::string> files;
@@ -204,11 +212,7 @@ TEST(ToolShellLifetime, OneProcessAnswersUntilItFailsIdlesTooLongAnotherLineStar
     EXPECT_EQ(run.output, step.end == ShellEnd::Answered ? test::readFile(test::fixturePath("small-server", "compact.txt"))
                                                          : "")
         << step.step;
-    const auto calls = fake.recordedCalls();
-    EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
-                            [](const std::string& call) { return call.size() >= 5 && call.substr(call.size() - 5) == "shell"; }),
-              static_cast<long>(step.processes))
-        << step.step;
+    EXPECT_EQ(shellStarts(fake), static_cast<long>(step.processes)) << step.step;
   }
 }
 
@@ -226,6 +230,37 @@ TEST(ToolShellAnswer, WithoutSensorsIsAFailedRunAndTheProcessIsReplaced) {
   EXPECT_TRUE(started.sample());
   EXPECT_EQ(callsStartingWith(fake, "-S ").size(), 2u);
   EXPECT_EQ(dumpedFiles(fake).size(), 1u) << "the cache stays";
+}
+
+// Between samples a tool process reading a LAN BMC is asked for the BMC's device ID, which keeps
+// its session; one that answers anything else is ended, and one reading the local BMC is left
+// alone (it has no session to lose).
+TEST(ToolShellSession, IsKeptBetweenSamplesForALanBmcWhileItAnswersTheDeviceId) {
+  const struct {
+    const char* name;
+    const char* bmcHost;
+    const char* deviceId;  // what the tool answers; nullptr: the simulator's ID
+    std::size_t idRequests;
+    long shellStarts;  // after the next sample
+  } cases[] = {
+      {"local BMC", "", nullptr, 0, 1},
+      {"LAN BMC answering its ID", "127.0.0.1", nullptr, 1, 1},
+      {"LAN BMC refusing", "127.0.0.1", "Unable to send RAW command (channel=0x0 netfn=0x6 lun=0x0 cmd=0x1)\n", 1, 2},
+      {"LAN BMC answering nothing", "127.0.0.1", "", 1, 2},
+  };
+  for (const auto& c : cases) {
+    test::FakeIpmitool fake;
+    if (c.deviceId != nullptr) std::ofstream(fake.directory() + "/device-id.txt") << c.deviceId;
+    CollectorOptions options = cachedSampling();
+    options.remoteBmc.host = c.bmcHost;
+    StartedCollector started(options);
+    ASSERT_TRUE(started.started) << c.name;
+    ASSERT_TRUE(started.sample()) << c.name;
+    started.collector.keepToolShellSession();
+    EXPECT_TRUE(started.sample()) << c.name;
+    EXPECT_EQ(callsStartingWith(fake, "shell: raw 0x06 0x01").size(), c.idRequests) << c.name;
+    EXPECT_EQ(shellStarts(fake), c.shellStarts) << c.name;
+  }
 }
 
 // The simulated server changed through its console between passes: each change reads through

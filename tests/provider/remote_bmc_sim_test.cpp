@@ -1,6 +1,6 @@
 // The real tool against the simulated BMC, reached through the remote BMC options alone: the
 // password, from a file or from IPMI_PASSWORD, is on no process's command line and in no log
-// line.
+// line; in cached sampling one tool process keeps its session from sample to sample.
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -97,6 +97,30 @@ TEST(RemoteBmcSimulated, PasswordFromFileOrEnvironmentStaysOffCommandLinesAndLog
     EXPECT_EQ(log.countContaining(password), 0u);
     unsetenv("IPMI_PASSWORD");
   }
+}
+
+// Samples 31 s apart, against a simulator that drops a session left idle for 30 s: the tool's
+// process is kept alive between them, so one process, and one session, reads every sample.
+TEST(RemoteBmcSimulated, CachedSamplingKeepsOneToolProcessAcrossTheInterval) {
+  SimServer sim("small");
+  if (!sim.installed()) GTEST_SKIP() << sim.reason();
+  ASSERT_TRUE(sim.running()) << sim.reason();
+  FakeIpmitool recorder;  // records each start of the tool, then runs the real one
+  recorder.injectFault("exec /usr/bin/ipmitool \"$@\"");
+  Options options = sim.bmcOptions();
+  options.push_back({"ipmitool-cached-sampling", "true"});
+  options.push_back({"ipmitool-sample-interval-sec", "31"});
+  HostedProvider hosted(options);
+  hosted.start();
+  for (int sample = 0; sample < 2; ++sample) {
+    const std::string event = hosted.nextEvent(std::chrono::seconds(90)).json;
+    EXPECT_NE(event.find("\"cpu1_temp\":45"), std::string::npos) << sample << ": " << event;
+  }
+  const std::vector<std::string> calls = recorder.recordedCalls();
+  EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
+                          [](const std::string& call) { return call.size() > 9 && call.compare(call.size() - 9, 9, " -c shell") == 0; }),
+            1)
+      << "a new tool process for the second sample";
 }
 
 }  // namespace
