@@ -96,11 +96,22 @@ class TwoSocketServer : public ServingHost {
 };
 
 // In each sampling mode: the parameter is ipmitool-single-run-sampling.
-class DegradedServer : public ServingHost, public ::testing::WithParamInterface<bool> {
+// Each sampling mode: its option (none for the default).
+struct SamplingMode {
+  const char* name;
+  const char* option;
+};
+void PrintTo(const SamplingMode& mode, std::ostream* out) { *out << mode.name; }
+
+class DegradedServer : public ServingHost, public ::testing::WithParamInterface<SamplingMode> {
  protected:
-  DegradedServer()
-      : ServingHost("degraded", false,
-                    {"--option", std::string("ipmitool-single-run-sampling=") + (GetParam() ? "true" : "false")}) {}
+  DegradedServer() : ServingHost("degraded", false, modeArguments(GetParam())) {}
+
+ private:
+  static std::vector<std::string> modeArguments(const SamplingMode& mode) {
+    if (*mode.option == '\0') return {};
+    return {"--option", std::string(mode.option) + "=true"};
+  }
 };
 
 std::string writeFile(const std::string& path, const std::string& text) {
@@ -190,10 +201,11 @@ TEST_F(TwoSocketServer, PowerSupplyFailureFiresItsAlertLeadsThePageAndResolvesWh
   removeDirectory(work);
 }
 
-INSTANTIATE_TEST_SUITE_P(SamplingModes, DegradedServer, ::testing::Values(false, true),
-                         [](const ::testing::TestParamInfo<bool>& mode) {
-                           return mode.param ? "SingleRun" : "TwoRuns";
-                         });
+INSTANTIATE_TEST_SUITE_P(SamplingModes, DegradedServer,
+                         ::testing::Values(SamplingMode{"TwoRuns", ""},
+                                           SamplingMode{"SingleRun", "ipmitool-single-run-sampling"},
+                                           SamplingMode{"Cached", "ipmitool-cached-sampling"}),
+                         [](const ::testing::TestParamInfo<SamplingMode>& mode) { return mode.param.name; });
 
 // The failed supply, the slow fan and the low voltage as the BMC sees them, with their
 // thresholds, on a page promtool finds nothing to say about.
