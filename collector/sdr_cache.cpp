@@ -1,6 +1,5 @@
 #include "collector/sdr_cache.h"
 
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

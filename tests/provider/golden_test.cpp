@@ -229,12 +229,13 @@ INSTANTIATE_TEST_SUITE_P(Cases, GoldenFixtureFreshProcess, ::testing::ValuesIn(g
 });
 
 // The recordings were taken from these simulator profiles, so the real tool must give the
-// same, in either mode.
+// same, in every mode.
 struct RealToolCase {
   const char* profile;
   const char* fixtureCase;
   const char* mode;  // "" (the default), "single_run" or "cached"
 };
+void PrintTo(const RealToolCase& row, std::ostream* out) { *out << row.profile << ' ' << row.mode; }
 
 class GoldenFixtureRealToolFreshProcess : public ::testing::TestWithParam<RealToolCase> {};
 
