@@ -1,12 +1,14 @@
 #include "tools/prometheus.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
-#include <iterator>
 #include <sstream>
 #include <tuple>
 #include <unordered_set>
 
 #include "tools/number_text.h"
+#include "tools/sensor_condition.h"
 #include "tools/utf8_text.h"
 
 namespace vtr {
@@ -74,15 +76,17 @@ constexpr SensorKind kOtherKind{nullptr, kOtherReading, kOtherState, kOtherThres
 // A discrete sensor has no thresholds: its states go to ipmi_discrete_state_asserted.
 constexpr SensorKind kDiscreteKind{nullptr, kStatesWord, kOtherState, kOtherThreshold};
 
-// FieldHealth::thresholds by index, as the level label names them.
-constexpr const char* kThresholdLevels[] = {"lower_non_recoverable", "lower_critical", "lower_non_critical",
-                                            "upper_non_critical", "upper_critical", "upper_non_recoverable"};
-static_assert(std::size(kThresholdLevels) == std::tuple_size<decltype(FieldHealth::thresholds)>::value);
-
-// A vtr_ipmitool_health_t as the severity label names it.
-const char* severityName(std::uint8_t health) {
-  constexpr const char* kNames[] = {"nominal", "warning", "critical"};
-  return health < std::size(kNames) ? kNames[health] : "unknown";
+// FieldHealth::thresholds by index, as the level label names them: "lower_non_recoverable".
+const std::string& thresholdLevel(std::size_t level) {
+  static const auto kLevels = [] {
+    std::array<std::string, std::tuple_size<decltype(FieldHealth::thresholds)>::value> levels;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+      levels[i] = thresholdName(i);
+      std::replace_if(levels[i].begin(), levels[i].end(), [](char c) { return c == ' ' || c == '-'; }, '_');
+    }
+    return levels;
+  }();
+  return kLevels.at(level);
 }
 
 const SensorKind& kindOf(const SensorLabels* sensor) {
@@ -171,12 +175,12 @@ void addHealth(FamilySamples& samples, const SensorKind& kind, const LabelSet& l
   if (health.health <= VTR_HEALTH_CRITICAL) samples.add(kind.state, labels, health.health);
   for (std::size_t level = 0; level < health.thresholds.size(); ++level) {
     if (health.thresholds[level]) {
-      samples.add(kind.threshold, LabelSet(labels).add("level", kThresholdLevels[level]), *health.thresholds[level]);
+      samples.add(kind.threshold, LabelSet(labels).add("level", thresholdLevel(level)), *health.thresholds[level]);
     }
   }
   if (sensor == nullptr) return;
   for (const SensorLabels::State& state : sensor->states) {
-    samples.add(kDiscreteState, LabelSet(labels).add("state", state.name).add("severity", severityName(state.health)),
+    samples.add(kDiscreteState, LabelSet(labels).add("state", state.name).add("severity", healthWord(state.health)),
                 (health.asserted >> state.offset) & 1U);
   }
 }
